@@ -1,0 +1,39 @@
+# Settings shared by every target the project builds. Warnings and strictness stay PRIVATE to our
+# own targets so that a host that adds us with add_subdirectory() keeps its own flags.
+
+function(vantora_setup_target target)
+  target_compile_features(${target} PRIVATE cxx_std_20)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    $<$<BOOL:${VANTORA_WERROR}>:-Werror>)
+  target_compile_definitions(${target} PRIVATE
+    QT_NO_CAST_FROM_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+    QT_NO_FOREACH QT_NO_KEYWORDS)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
+
+# vantora_add_layer(<name> SOURCES ... [PUBLIC_HEADERS ...] [LAYERS <lower layers>] [QT <modules>])
+# One static, position-independent target per layer. It links only the layers named, so a call
+# that points up the layer table fails to link. Public headers are collected for the installed
+# library; everything else stays private to the build.
+function(vantora_add_layer name)
+  cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC_HEADERS;LAYERS;QT" ${ARGN})
+  set(target vantora_${name})
+  add_library(${target} STATIC ${arg_SOURCES} ${arg_PUBLIC_HEADERS})
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  vantora_setup_target(${target})
+  target_include_directories(${target} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
+    $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>)
+  foreach(layer IN LISTS arg_LAYERS)
+    target_link_libraries(${target} PUBLIC vantora_${layer})
+  endforeach()
+  foreach(module IN LISTS arg_QT)
+    target_link_libraries(${target} PUBLIC Qt6::${module})
+  endforeach()
+  list(TRANSFORM arg_PUBLIC_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  set_property(GLOBAL APPEND PROPERTY VANTORA_PUBLIC_HEADERS ${arg_PUBLIC_HEADERS})
+endfunction()

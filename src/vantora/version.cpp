@@ -1,0 +1,6 @@
+#include <vantora/version.h>
+
+const char *Vantora::runtimeVersion()
+{
+    return VANTORA_VERSION_STRING;
+}

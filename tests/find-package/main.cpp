@@ -1,0 +1,33 @@
+// Includes every installed header and calls into the shared library.
+
+#include <vantora/records/apibodies.h>
+#include <vantora/records/interactionrecords.h>
+#include <vantora/records/promotion.h>
+#include <vantora/records/relaxedstring.h>
+#include <vantora/records/streamerinfo.h>
+#include <vantora/records/userrecords.h>
+#include <vantora/version.h>
+
+#include <cstdio>
+#include <cstring>
+
+int main()
+{
+    Vantora::Promotion promotion;
+    promotion.clientType = QStringLiteral("smartTV");
+    promotion.viewType.value = QStringLiteral("flip");
+    promotion.secondsDelay = 10;
+    Vantora::Poll poll;
+    poll.prizes.append(promotion);
+
+    Vantora::Rating rating;
+    rating.optionsNumber = QStringLiteral("10");
+
+    if (poll.getAutoCloseTime() != 15 || rating.max() != 6
+        || std::strcmp(Vantora::runtimeVersion(), VANTORA_VERSION_STRING) != 0) {
+        std::puts("consumer: unexpected results from the installed library");
+        return 1;
+    }
+    std::printf("consumer: linked against Vantora %s\n", Vantora::runtimeVersion());
+    return 0;
+}

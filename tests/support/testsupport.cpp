@@ -1,0 +1,54 @@
+#include "testsupport.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+namespace Vantora::TestSupport {
+
+QByteArray loadFixture(QStringView name)
+{
+    QFile file(QStringLiteral(VANTORA_TEST_DATA_DIR "/") + name.toString());
+    if (!file.open(QIODevice::ReadOnly)) {
+        ADD_FAILURE() << "cannot read fixture " << qPrintable(file.fileName()) << ": "
+                      << qPrintable(file.errorString());
+        return {};
+    }
+    return file.readAll();
+}
+
+StdoutCapture::StdoutCapture()
+{
+    std::fflush(stdout);
+    m_file = std::tmpfile();
+    m_savedStdout = dup(STDOUT_FILENO);
+    if (!m_file || m_savedStdout < 0 || dup2(fileno(m_file), STDOUT_FILENO) < 0)
+        ADD_FAILURE() << "cannot redirect standard output";
+}
+
+StdoutCapture::~StdoutCapture()
+{
+    std::fflush(stdout);
+    if (m_savedStdout >= 0) {
+        dup2(m_savedStdout, STDOUT_FILENO);
+        close(m_savedStdout);
+    }
+    if (m_file)
+        std::fclose(m_file);
+}
+
+QStringList StdoutCapture::lines() const
+{
+    std::fflush(stdout);
+    QFile file;
+    if (!m_file || !file.open(fileno(m_file), QIODevice::ReadOnly))
+        return {};
+    file.seek(0);
+    QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+    lines.removeLast(); // the text after the last newline is not a complete line
+    return lines;
+}
+
+} // namespace Vantora::TestSupport

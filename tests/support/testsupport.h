@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+
+#include <cstdio>
+
+namespace Vantora::TestSupport {
+
+/// The bytes of a document under tests/data/; fails the current test when it cannot be read.
+QByteArray loadFixture(QStringView name);
+
+/// Redirects standard output while it lives, to check the exact lines a test provoked.
+///
+///   StdoutCapture out;
+///   printLine(u"VTA showing POLL");
+///   EXPECT_EQ(out.lines(), QStringList{u"VTA showing POLL"_s});
+class StdoutCapture
+{
+public:
+    StdoutCapture();
+    ~StdoutCapture();
+    StdoutCapture(const StdoutCapture &) = delete;
+    StdoutCapture &operator=(const StdoutCapture &) = delete;
+
+    /// Every complete line written so far, without the newlines.
+    QStringList lines() const;
+
+private:
+    std::FILE *m_file = nullptr;
+    int m_savedStdout = -1;
+};
+
+} // namespace Vantora::TestSupport
+
+// Readable values in GoogleTest's failure messages.
+#include <QJsonDocument>
+#include <ostream>
+
+inline void PrintTo(const QString &text, std::ostream *out)
+{
+    *out << '"' << text.toStdString() << '"';
+}
+inline void PrintTo(const QByteArray &bytes, std::ostream *out)
+{
+    *out << '"' << bytes.toStdString() << '"';
+}
+inline void PrintTo(const QStringList &lines, std::ostream *out)
+{
+    *out << '[' << lines.join(QStringLiteral(", ")).toStdString() << ']';
+}
+inline void PrintTo(const QJsonDocument &document, std::ostream *out)
+{
+    *out << document.toJson(QJsonDocument::Compact).toStdString();
+}

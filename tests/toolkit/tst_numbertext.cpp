@@ -1,0 +1,79 @@
+#include "vantora/toolkit/numbertext_p.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <optional>
+
+using namespace Vantora;
+using namespace Qt::Literals::StringLiterals;
+
+TEST(NumberText, parseIntegerReadsTheWholeTextOrNothing)
+{
+    constexpr auto max = std::numeric_limits<qint64>::max();
+    constexpr auto min = std::numeric_limits<qint64>::min();
+    const struct
+    {
+        QString text;
+        std::optional<qint64> expected;
+    } rows[] = {
+        {u"42"_s, 42},
+        {u"+5"_s, 5},
+        {u"-0"_s, 0},
+        {u"-17"_s, -17},
+        {u"007"_s, 7},
+        {u"9223372036854775807"_s, max},
+        {u"-9223372036854775808"_s, min},
+        {u"9223372036854775808"_s, std::nullopt},
+        {u"99999999999999999999"_s, std::nullopt},
+        {u""_s, std::nullopt},
+        {u"-"_s, std::nullopt},
+        {u"+"_s, std::nullopt},
+        {u"+-5"_s, std::nullopt},
+        {u" 12"_s, std::nullopt},
+        {u"12 "_s, std::nullopt},
+        {u"\t7"_s, std::nullopt},
+        {u"1.5"_s, std::nullopt},
+        {u"1e3"_s, std::nullopt},
+        {u"0x10"_s, std::nullopt},
+        {u"\uFF11\uFF12"_s, std::nullopt}, // full-width digits
+        {u"\u0661"_s, std::nullopt},       // Arabic-Indic one
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.text.toStdString());
+        EXPECT_EQ(parseInteger(row.text), row.expected);
+    }
+}
+
+TEST(NumberText, shortestTextRoundTripsInTheBackendsNotation)
+{
+    const struct
+    {
+        double value;
+        const char *expected;
+    } rows[] = {
+        {2.5, "2.5"},
+        {0.1, "0.1"},
+        {1.5, "1.5"},
+        {-2.25, "-2.25"},
+        {42.0, "42.0"},
+        {0.0001, "0.0001"},
+        {0.00001, "1e-05"},
+        {1e-7, "1e-07"},
+        {123456789012.5, "123456789012.5"},
+        {0x1p54, "18014398509481984.0"},
+        {0x1p54 + 4, "1.8014398509481988e+16"},
+        {1e20, "1e+20"},
+        {0x1p63, "9.223372036854776e+18"},
+        {0.0, "0.0"},
+        {-0.0, "-0.0"},
+        {std::numeric_limits<double>::infinity(), "inf"},
+        {-std::numeric_limits<double>::infinity(), "-inf"},
+        {std::nan(""), "nan"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.expected);
+        EXPECT_EQ(shortestText(row.value), QLatin1StringView(row.expected));
+    }
+}
