@@ -19,9 +19,12 @@ TEST(Documents, canonicalDocumentsRoundTripUnchanged)
         const char *kind;
         const char *fixture;
     } rows[] = {
-        {"StreamerInfo", "channel_full.json"},     {"User", "user.json"},
-        {"Trivia", "trivia.json"},                 {"Channel[]", "channels.json"},
-        {"AnswerPollResponse", "answer_poll.json"}, {"AnswerRatingResponse", "answer_rating.json"},
+        {"StreamerInfo", "channel_full.json"},
+        {"User", "user.json"},
+        {"Trivia", "trivia.json"},
+        {"Channel[]", "channels.json"},
+        {"AnswerPollResponse", "answer_poll.json"},
+        {"AnswerRatingResponse", "answer_rating.json"},
         {"AnswerTriviaResponse", "answer_trivia.json"},
         {"AnalyticsResponse", "analytics_response.json"},
     };
@@ -44,10 +47,10 @@ TEST(Documents, aDocumentAsTheBackendSendsItDecodesToTheseValues)
 {
     const auto info = TestSupport::decodeOrFail<StreamerInfo>(loadFixture(u"channel_wild.json"));
     EXPECT_TRUE(info.offers.isEmpty());
-    EXPECT_FALSE(info.ratings);      // null
-    EXPECT_FALSE(info.predictions);  // missing
+    EXPECT_FALSE(info.ratings); // null
+    EXPECT_FALSE(info.predictions); // missing
     EXPECT_FALSE(info.trivias);
-    ASSERT_TRUE(info.designs);       // present, empty
+    ASSERT_TRUE(info.designs); // present, empty
     EXPECT_TRUE(info.designs->isEmpty());
 
     ASSERT_TRUE(info.polls && info.polls->size() == 1);
@@ -110,7 +113,8 @@ TEST(Documents, aBrokenMemberIsReportedWithItsPath)
         {"StreamerInfo", "channel_full.json", R"("viewType": "display",
           "clientType": "web",
           "secondsDelay": 0)",
-         R"("viewType": "display", "clientType": "web")", "polls[0].prizes[1].secondsDelay: missing"},
+         R"("viewType": "display", "clientType": "web")",
+         "polls[0].prizes[1].secondsDelay: missing"},
         {"StreamerInfo", "channel_full.json", R"("optionsNumber": "5")", R"("optionsNumber": 5)",
          "ratings[0].optionsNumber: expected string, got number"},
         {"StreamerInfo", "channel_full.json", R"("reward": "80", "isRewardSent": false)",
@@ -119,7 +123,8 @@ TEST(Documents, aBrokenMemberIsReportedWithItsPath)
         {"StreamerInfo", "channel_full.json", R"("textColor": "#FFFFFFFF")", R"("textColor": 7)",
          "designs[0].textColor: expected string, got number"},
         {"StreamerInfo", "channel_full.json", R"("sponsor": {"name": "Pizza Co")",
-         R"("sponsor": {"name": ["Pizza Co"])", "polls[0].prizes[0].sponsor.name: expected string, got array"},
+         R"("sponsor": {"name": ["Pizza Co"])",
+         "polls[0].prizes[0].sponsor.name: expected string, got array"},
         {"User", "user.json", R"("answer": "Home", "status": "pending")", R"("answer": "Home")",
          "predictionsResults.pr-5_____ch-2041.status: missing"},
         {"Trivia", "trivia.json", R"("isCorrect": false)", R"("isCorrect": null)",

@@ -55,9 +55,12 @@ TEST(Helpers, theFirstSmartTvPromotionDecidesForPollsRatingsAndTrivia)
         {"capitalised client type",
          {promotion(u"c"_s, u"SmartTV"_s, u"display"_s)},
          {std::nullopt, false, 5}},
-        {"no client type", {promotion(u"n"_s, std::nullopt, u"flip"_s, 3)}, {std::nullopt, false, 5}},
+        {"no client type",
+         {promotion(u"n"_s, std::nullopt, u"flip"_s, 3)},
+         {std::nullopt, false, 5}},
         {"web promotion before the TV one",
-         {promotion(u"web"_s, u"web"_s, u"display"_s), promotion(u"tv"_s, u"smartTV"_s, u"flip"_s, 3)},
+         {promotion(u"web"_s, u"web"_s, u"display"_s),
+          promotion(u"tv"_s, u"smartTV"_s, u"flip"_s, 3)},
          {u"tv"_s, false, 8}},
         {"a second TV promotion never counts",
          {promotion(u"first"_s, u"smartTV"_s, u"banner"_s, 9),
@@ -86,7 +89,8 @@ TEST(Helpers, theFirstSmartTvPromotionDecidesForPollsRatingsAndTrivia)
 TEST(HelpersDeathTest, autoCloseTimeOverflowIsFatal)
 {
     Poll poll;
-    poll.prizes = {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, std::numeric_limits<qint64>::max() - 4)};
+    poll.prizes = {
+        promotion(u"f"_s, u"smartTV"_s, u"flip"_s, std::numeric_limits<qint64>::max() - 4)};
     EXPECT_DEATH(poll.getAutoCloseTime(), "Arithmetic overflow: promotion secondsDelay \\+ 5");
 }
 
@@ -97,9 +101,17 @@ TEST(Helpers, ratingScaleIsCappedAtSixAndKeepsZeroAndNegatives)
         QString optionsNumber;
         qint64 expected;
     } rows[] = {
-        {u"5"_s, 5},   {u"6"_s, 6},   {u"10"_s, 6}, {u"0"_s, 0},
-        {u"-3"_s, -3}, {u""_s, 1},    {u"abc"_s, 1}, {u"+4"_s, 4},
-        {u" 4"_s, 1},  {u"4.0"_s, 1}, {u"99999999999999999999"_s, 1},
+        {u"5"_s, 5},
+        {u"6"_s, 6},
+        {u"10"_s, 6},
+        {u"0"_s, 0},
+        {u"-3"_s, -3},
+        {u""_s, 1},
+        {u"abc"_s, 1},
+        {u"+4"_s, 4},
+        {u" 4"_s, 1},
+        {u"4.0"_s, 1},
+        {u"99999999999999999999"_s, 1},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.optionsNumber.toStdString());
@@ -116,15 +128,24 @@ TEST(Helpers, injectionTimestampIsAWholeNumberOfSecondsOrZero)
         const char *timestamp;
         qint64 expected;
     } rows[] = {
-        {"1600000000", 1600000000},   {"1600000000.0", 1600000000}, {"1.6e9", 1600000000},
-        {"\"1600000000\"", 1600000000}, {"\"+1600000000\"", 1600000000}, {"-5", -5},
-        {"1600000000.5", 0},          {"\"\"", 0},                  {"\" 1600000000\"", 0},
-        {"\"1600000000.0\"", 0},      {"true", 0},                  {"null", 0},
+        {"1600000000", 1600000000},
+        {"1600000000.0", 1600000000},
+        {"1.6e9", 1600000000},
+        {"\"1600000000\"", 1600000000},
+        {"\"+1600000000\"", 1600000000},
+        {"-5", -5},
+        {"1600000000.5", 0},
+        {"\"\"", 0},
+        {"\" 1600000000\"", 0},
+        {"\"1600000000.0\"", 0},
+        {"true", 0},
+        {"null", 0},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.timestamp);
         const auto injection = TestSupport::decodeOrFail<Injection>(
-            QByteArray(R"({"id":"1","module":"polls","timeToStay":"30","active":true,"isPause":false,"injection_timestamp":)")
+            QByteArray(
+                R"({"id":"1","module":"polls","timeToStay":"30","active":true,"isPause":false,"injection_timestamp":)")
             + row.timestamp + '}');
         EXPECT_EQ(injection.getTimestamp(), row.expected);
     }

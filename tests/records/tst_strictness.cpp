@@ -28,12 +28,12 @@ void check(std::initializer_list<Row> rows)
 
 // Minimal valid members, spliced into the rows below.
 #define CLOCK_BASE R"("module":"polls","time":5,"timeToStay":"30","isPause":false)"
-#define INJECTION_BASE                                                                            \
+#define INJECTION_BASE                                                                             \
     R"("module":"polls","injection_timestamp":1600000000,"timeToStay":"30","active":true,"isPause":false)"
 #define PROMOTION_BASE R"("name":"n","content":"c","url":"u","type":"image","viewType":"flip")"
-#define POLL_BASE                                                                                 \
+#define POLL_BASE                                                                                  \
     R"("name":"n","id":"p1","question":"Q?","questionType":"poll","type":"single",)"               \
-    R"("image":"i.png","time_limit":20,"viewType":"bars","status":"open","prizes":[],)"             \
+    R"("image":"i.png","time_limit":20,"viewType":"bars","status":"open","prizes":[],)"            \
     R"("expoints":"10")"
 #define RATING_BASE R"("name":"Rate it","id":"r1","icon":"star.png","prizes":[])"
 #define USER_BASE R"("name":"Dana","token":"t","level":2)"
@@ -44,7 +44,8 @@ void check(std::initializer_list<Row> rows)
 TEST(Strictness, scheduleRecordsAreDeliberatelyAsymmetric)
 {
     check({
-        {"clock id as a number", outcome<Clock>, R"({"id":17,"close_post_interaction":true,)" CLOCK_BASE "}", "ok"},
+        {"clock id as a number", outcome<Clock>,
+         R"({"id":17,"close_post_interaction":true,)" CLOCK_BASE "}", "ok"},
         {"clock without close_post_interaction", outcome<Clock>, R"({"id":"17",)" CLOCK_BASE "}",
          "close_post_interaction: missing"},
         {"injection id as a number", outcome<Injection>, R"({"id":17,)" INJECTION_BASE "}",
@@ -77,8 +78,9 @@ TEST(Strictness, scheduleRecordsAreDeliberatelyAsymmetric)
 TEST(Strictness, integersAreWholeNumbersInTheSigned64BitRange)
 {
     const auto clockAt = [](const char *time) {
-        return QByteArray(R"({"id":1,"close_post_interaction":true,"module":"m","timeToStay":"1","isPause":false,"time":)")
-               + time + '}';
+        return QByteArray(
+                   R"({"id":1,"close_post_interaction":true,"module":"m","timeToStay":"1","isPause":false,"time":)")
+            + time + '}';
     };
     const struct
     {
@@ -93,6 +95,8 @@ TEST(Strictness, integersAreWholeNumbersInTheSigned64BitRange)
         {"-9223372036854775808", "ok"},
         {"9223372036854775808", "time: integer out of 64-bit range"},
         {"1e300", "time: integer out of 64-bit range"},
+        {"9.223372036854775808e18", "time: integer out of 64-bit range"}, // exactly 2^63
+        {"-9.223372036854775808e18", "ok"},
         {"9.3e18", "time: integer out of 64-bit range"},
         {"42.5", "time: expected integer, got fraction"},
         {"true", "time: expected integer, got boolean"},
@@ -111,30 +115,37 @@ TEST(Strictness, integersAreWholeNumbersInTheSigned64BitRange)
 TEST(Strictness, channelDocumentFailsWholeOnOneBadElement)
 {
     check({
-        {"minimal document", outcome<StreamerInfo>, "{" CHANNEL_BASE R"(,"offers":[],"clocks":[]})", "ok"},
-        {"without clocks", outcome<StreamerInfo>, "{" CHANNEL_BASE R"(,"offers":[]})", "clocks: missing"},
-        {"without offers", outcome<StreamerInfo>, "{" CHANNEL_BASE R"(,"clocks":[]})", "offers: missing"},
+        {"minimal document", outcome<StreamerInfo>, "{" CHANNEL_BASE R"(,"offers":[],"clocks":[]})",
+         "ok"},
+        {"without clocks", outcome<StreamerInfo>, "{" CHANNEL_BASE R"(,"offers":[]})",
+         "clocks: missing"},
+        {"without offers", outcome<StreamerInfo>, "{" CHANNEL_BASE R"(,"clocks":[]})",
+         "offers: missing"},
         {"offer without a name", outcome<StreamerInfo>,
          "{" CHANNEL_BASE R"(,"offers":[{"name":"a"},{}],"clocks":[]})", "offers[1].name: missing"},
         {"promotion without secondsDelay", outcome<StreamerInfo>,
-         "{" CHANNEL_BASE R"(,"offers":[],"clocks":[],"polls":[{"hideButtons":0,"answers":[],)"
-         POLL_BASE R"(},{"prizes":[{)" PROMOTION_BASE R"(}],"hideButtons":0,"answers":[],)" POLL_BASE
+         "{" CHANNEL_BASE
+         R"(,"offers":[],"clocks":[],"polls":[{"hideButtons":0,"answers":[],)" POLL_BASE
+         R"(},{"prizes":[{)" PROMOTION_BASE R"(}],"hideButtons":0,"answers":[],)" POLL_BASE
          R"(}]})",
          "polls[1].prizes[0].secondsDelay: missing"},
         {"trivia promotion without secondsDelay", outcome<StreamerInfo>,
-         "{" CHANNEL_BASE R"(,"offers":[],"clocks":[],"trivias":[{"id":"t","prizes":[{)" PROMOTION_BASE
-         R"(}]}]})",
+         "{" CHANNEL_BASE
+         R"(,"offers":[],"clocks":[],"trivias":[{"id":"t","prizes":[{)" PROMOTION_BASE R"(}]}]})",
          "trivias[0].prizes[0].secondsDelay: missing"},
         {"injection id as a number", outcome<StreamerInfo>,
-         "{" CHANNEL_BASE R"(,"offers":[],"clocks":[],"injections":[{"id":7,)" INJECTION_BASE R"(}]})",
+         "{" CHANNEL_BASE R"(,"offers":[],"clocks":[],"injections":[{"id":7,)" INJECTION_BASE
+         R"(}]})",
          "injections[0].id: expected string, got number"},
         {"rating steps as a number", outcome<StreamerInfo>,
-         "{" CHANNEL_BASE R"(,"offers":[],"clocks":[],"ratings":[{"optionsNumber":5,)" RATING_BASE R"(}]})",
+         "{" CHANNEL_BASE R"(,"offers":[],"clocks":[],"ratings":[{"optionsNumber":5,)" RATING_BASE
+         R"(}]})",
          "ratings[0].optionsNumber: expected string, got number"},
-        {"clocks not an array", outcome<StreamerInfo>, "{" CHANNEL_BASE R"(,"offers":[],"clocks":{}})",
-         "clocks: expected array, got object"},
+        {"clocks not an array", outcome<StreamerInfo>,
+         "{" CHANNEL_BASE R"(,"offers":[],"clocks":{}})", "clocks: expected array, got object"},
         {"design entry of nulls", outcome<StreamerInfo>,
-         "{" CHANNEL_BASE R"(,"offers":[],"clocks":[],"designs":[{"type":null,"textColor":null}]})", "ok"},
+         "{" CHANNEL_BASE R"(,"offers":[],"clocks":[],"designs":[{"type":null,"textColor":null}]})",
+         "ok"},
         {"document is an array", outcome<StreamerInfo>, "[]", "expected object, got array"},
     });
 }
@@ -143,23 +154,27 @@ TEST(Strictness, interactionRecords)
 {
     check({
         {"poll", outcome<Poll>, "{" POLL_BASE R"(,"hideButtons":0,"answers":[]})", "ok"},
-        {"poll hideButtons as a boolean", outcome<Poll>, "{" POLL_BASE R"(,"answers":[],"hideButtons":true})",
+        {"poll hideButtons as a boolean", outcome<Poll>,
+         "{" POLL_BASE R"(,"answers":[],"hideButtons":true})",
          "hideButtons: expected integer, got boolean"},
         {"poll without prizes", outcome<Poll>,
          R"({"name":"n","id":"p","question":"q","questionType":"poll","type":"t","hideButtons":0,"image":"i","time_limit":1,"viewType":"v","status":"s","answers":[],"expoints":1})",
          "prizes: missing"},
         {"poll answer reward of any scalar", outcome<Poll>,
-         "{" POLL_BASE R"(,"hideButtons":0,"answers":[{"answer":"A","reward":5,"isRewardSent":false},{"answer":"B","reward":null,"isRewardSent":false}]})",
+         "{" POLL_BASE
+         R"(,"hideButtons":0,"answers":[{"answer":"A","reward":5,"isRewardSent":false},{"answer":"B","reward":null,"isRewardSent":false}]})",
          "ok"},
         {"poll answer totals as text", outcome<Poll>,
-         "{" POLL_BASE R"(,"hideButtons":0,"answers":[{"answer":"A","reward":"5","isRewardSent":false,"totals":"3"}]})",
+         "{" POLL_BASE
+         R"(,"hideButtons":0,"answers":[{"answer":"A","reward":"5","isRewardSent":false,"totals":"3"}]})",
          "answers[0].totals: expected integer, got string"},
         {"rating", outcome<Rating>, "{" RATING_BASE R"(,"optionsNumber":"5"})", "ok"},
         {"rating average as text", outcome<Rating>,
          "{" RATING_BASE R"(,"optionsNumber":"5","averageRate":"3.5"})",
          "averageRate: expected number, got string"},
         {"trivia without an answer", outcome<Trivia>,
-         R"({"question":{"id":"q","question":"Q?","answers":[{"answer":"A"}],"category":"c"}})", "ok"},
+         R"({"question":{"id":"q","question":"Q?","answers":[{"answer":"A"}],"category":"c"}})",
+         "ok"},
         {"trivia answer without the correct answer", outcome<Trivia>,
          R"({"question":{"id":"q","question":"Q?","answers":[],"category":"c"},"answer":{"userId":"u","questionId":"q","answer":"A","isCorrect":true}})",
          "answer.correctAnswer: missing"},
@@ -173,7 +188,8 @@ TEST(Strictness, viewerRecords)
     check({
         {"user", outcome<User>, "{" USER_BASE R"(,"email":"d@x","status":1})", "ok"},
         {"user without email", outcome<User>, "{" USER_BASE R"(,"status":1})", "email: missing"},
-        {"user without status", outcome<User>, "{" USER_BASE R"(,"email":"d@x"})", "status: missing"},
+        {"user without status", outcome<User>, "{" USER_BASE R"(,"email":"d@x"})",
+         "status: missing"},
         {"user level as text", outcome<User>,
          R"({"name":"D","email":"e","token":"t","status":1,"level":"3"})",
          "level: expected integer, got string"},
@@ -181,11 +197,12 @@ TEST(Strictness, viewerRecords)
          "{" USER_BASE R"(,"email":"e","status":1,"polls":{"p1_a":"Yes","p2_b":2}})",
          "polls.p2_b: expected string, got number"},
         {"user prediction with a fractional wager", outcome<User>,
-         "{" USER_BASE R"(,"email":"e","status":1,"predictionsResults":{"p":{"wager":2.5,"answer":"A","status":"won"}}})",
+         "{" USER_BASE
+         R"(,"email":"e","status":1,"predictionsResults":{"p":{"wager":2.5,"answer":"A","status":"won"}}})",
          "predictionsResults.p.wager: expected integer, got fraction"},
         {"user level record with a numeric level", outcome<UserLevel>, R"({"level":3})", "ok"},
-        {"user level gift points as a number", outcome<UserLevel>, R"({"level":"3","gift_points":5})",
-         "gift_points: expected string, got number"},
+        {"user level gift points as a number", outcome<UserLevel>,
+         R"({"level":"3","gift_points":5})", "gift_points: expected string, got number"},
         {"channel list", outcome<QList<Channel>>,
          R"([{"channel":"c1","additionalPageSettings":"{}","urlB64":"aHR0cA=="}])", "ok"},
         {"channel list with an incomplete entry", outcome<QList<Channel>>,
@@ -199,7 +216,8 @@ TEST(Strictness, repliesKeepTheirDifferences)
 #define LEVEL R"("userLevel":{"level":2,"name":"Silver"})"
     check({
         {"poll reply", outcome<AnswerPollResponse>,
-         R"({"answer":{"userId":"u","questionId":"p","answer":"A","channelId":"c","isAnswered":true,"expoints_given":10,)" LEVEL "}}",
+         R"({"answer":{"userId":"u","questionId":"p","answer":"A","channelId":"c","isAnswered":true,"expoints_given":10,)" LEVEL
+         "}}",
          "ok"},
         {"poll reply without isAnswered", outcome<AnswerPollResponse>,
          R"({"answer":{"userId":"u","questionId":"p","answer":"A","channelId":"c","expoints_given":10}})",
@@ -246,19 +264,22 @@ TEST(Strictness, documentLevelFailures)
         {"empty input", "", "invalid JSON ("},
         {"truncated", R"({"status":"o)", "invalid JSON ("},
         {"trailing garbage", R"({"status":"ok"} x)", "invalid JSON ("},
-        {"integer beyond 64 bits", R"({"status":"ok","n":100000000000000000000})", "invalid JSON ("},
+        {"integer beyond 64 bits", R"({"status":"ok","n":100000000000000000000})",
+         "invalid JSON ("},
         {"invalid UTF-8", "{\"status\":\"\xff\"}", "invalid JSON ("},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
-        EXPECT_TRUE(outcome<AnalyticsResponse>(row.json).startsWith(QLatin1StringView(row.messageStart)))
+        EXPECT_TRUE(
+            outcome<AnalyticsResponse>(row.json).startsWith(QLatin1StringView(row.messageStart)))
             << qPrintable(outcome<AnalyticsResponse>(row.json));
     }
 }
 
 TEST(Strictness, unknownKeysAreIgnoredAndTheFirstOfARepeatedKeyCounts)
 {
-    const auto offer = TestSupport::decodeOrFail<Offer>(R"({"extra":{"deep":[1,2]},"name":"first","name":5})");
+    const auto offer =
+        TestSupport::decodeOrFail<Offer>(R"({"extra":{"deep":[1,2]},"name":"first","name":5})");
     EXPECT_EQ(offer.name, QStringLiteral("first"));
 
     const auto user = TestSupport::decodeOrFail<User>(
@@ -266,5 +287,6 @@ TEST(Strictness, unknownKeysAreIgnoredAndTheFirstOfARepeatedKeyCounts)
     ASSERT_TRUE(user.polls);
     EXPECT_EQ(user.polls->value(QStringLiteral("p_1")), QStringLiteral("A"));
 
-    EXPECT_EQ(outcome<Offer>(R"({"name":5,"name":"second"})"), QStringLiteral("name: expected string, got number"));
+    EXPECT_EQ(outcome<Offer>(R"({"name":5,"name":"second"})"),
+              QStringLiteral("name: expected string, got number"));
 }

@@ -17,6 +17,7 @@ TEST(ConsoleLine, writesExactLinesInOrderAndFlushesEachOne)
 
     printLine(u"VTA - Failed login");
     printLine(u"VTA showing \u05D8\u05E8\u05D9\u05D5\u05D5\u05D9\u05D4"); // non-ASCII stays UTF-8
-    EXPECT_EQ(out.lines(), (QStringList{u"VTA showing POLL"_s, u"VTA - Failed login"_s,
-                                        u"VTA showing \u05D8\u05E8\u05D9\u05D5\u05D5\u05D9\u05D4"_s}));
+    EXPECT_EQ(out.lines(),
+              (QStringList{u"VTA showing POLL"_s, u"VTA - Failed login"_s,
+                           u"VTA showing \u05D8\u05E8\u05D9\u05D5\u05D5\u05D9\u05D4"_s}));
 }

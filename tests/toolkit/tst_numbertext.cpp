@@ -38,7 +38,7 @@ TEST(NumberText, parseIntegerReadsTheWholeTextOrNothing)
         {u"1e3"_s, std::nullopt},
         {u"0x10"_s, std::nullopt},
         {u"\uFF11\uFF12"_s, std::nullopt}, // full-width digits
-        {u"\u0661"_s, std::nullopt},       // Arabic-Indic one
+        {u"\u0661"_s, std::nullopt}, // Arabic-Indic one
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.text.toStdString());

@@ -47,9 +47,18 @@ TEST(Validate, reportsOkTheErrorOrBadUsage)
     } rows[] = {
         {"valid file", {u"StreamerInfo"_s, data + u"channel_full.json"_s}, {}, 0, "ok\n", ""},
         {"valid input", {u"AnalyticsResponse"_s, u"-"_s}, R"({"status":"ok"})", 0, "ok\n", ""},
-        {"invalid input", {u"User"_s, u"-"_s}, R"({"name":"Dana"})", 1, "error: email: missing\n", ""},
-        {"nested failure", {u"Channel[]"_s, u"-"_s}, R"([{"channel":"c","additionalPageSettings":"","urlB64":3}])",
-         1, "error: [0].urlB64: expected string, got number\n", ""},
+        {"invalid input",
+         {u"User"_s, u"-"_s},
+         R"({"name":"Dana"})",
+         1,
+         "error: email: missing\n",
+         ""},
+        {"nested failure",
+         {u"Channel[]"_s, u"-"_s},
+         R"([{"channel":"c","additionalPageSettings":"","urlB64":3}])",
+         1,
+         "error: [0].urlB64: expected string, got number\n",
+         ""},
         {"not JSON", {u"User"_s, u"-"_s}, "{", 1, "", ""},
         {"unknown record", {u"Nope"_s, u"-"_s}, {}, 2, "", "unknown record Nope"},
         {"no file", {u"StreamerInfo"_s}, {}, 2, "", "usage: vantora-validate"},
@@ -77,7 +86,10 @@ TEST(Validate, printWritesTheRecordBackAsCompactJson)
     EXPECT_EQ(QJsonDocument::fromJson(run.out), QJsonDocument::fromJson(fixture.readAll()));
 
     // Lenient values come back as strings, unknown keys and nulls are gone.
-    const Outcome wild = validate({u"--print"_s, u"Trivia"_s, u"-"_s},
-                              R"({"question":{"id":"q","question":"Q","answers":[],"category":"c","timePerQuestion":null,"x":1}})");
-    EXPECT_EQ(wild.out, R"({"question":{"answers":[],"category":"c","id":"q","question":"Q"}})" "\n");
+    const Outcome wild = validate(
+        {u"--print"_s, u"Trivia"_s, u"-"_s},
+        R"({"question":{"id":"q","question":"Q","answers":[],"category":"c","timePerQuestion":null,"x":1}})");
+    EXPECT_EQ(wild.out,
+              R"({"question":{"answers":[],"category":"c","id":"q","question":"Q"}})"
+              "\n");
 }

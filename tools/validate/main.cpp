@@ -48,9 +48,9 @@ int main(int argc, char *argv[])
         return usage(u"error: unknown record "_s + args[0]);
 
     QFile file;
-    const bool opened = args[1] == "-"_L1 ? file.open(stdin, QIODevice::ReadOnly)
-                                          : (file.setFileName(args[1]),
-                                             file.open(QIODevice::ReadOnly));
+    const bool opened = args[1] == "-"_L1
+        ? file.open(stdin, QIODevice::ReadOnly)
+        : (file.setFileName(args[1]), file.open(QIODevice::ReadOnly));
     if (!opened) {
         write(stderr, u"error: cannot read "_s + args[1] + u": "_s + file.errorString());
         return BadUsage;

@@ -37,7 +37,7 @@ struct RegisterRequestData
 {
     QString broadcasterName;
     QString channelId;
-    std::optional<QString> userBroadcasterForeignID;  ///< left out when the host gave none
+    std::optional<QString> userBroadcasterForeignID; ///< left out when the host gave none
     std::optional<QString> userInitialName;
 };
 
@@ -55,7 +55,7 @@ struct AnswerPollRequestData
     QString broadcasterName;
     QString channelId;
     QString userToken;
-    QString answer;  ///< the chosen option's answer text
+    QString answer; ///< the chosen option's answer text
 };
 
 struct AnswerRatingRequestData
@@ -63,7 +63,7 @@ struct AnswerRatingRequestData
     QString broadcasterName;
     QString channelId;
     QString userToken;
-    qint64 answer = 0;  ///< the rating, sent as a JSON number
+    qint64 answer = 0; ///< the rating, sent as a JSON number
 };
 
 struct AnswerTriviaRequestData
@@ -83,7 +83,7 @@ struct AnalyticsEvent
     QString deviceType;
     QString device;
     QString browser;
-    qint64 timestamp = 0;  ///< milliseconds since 1970, a JSON integer
+    qint64 timestamp = 0; ///< milliseconds since 1970, a JSON integer
     QString module;
     std::optional<QString> subModule;
     QString streamer;

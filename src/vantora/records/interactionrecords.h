@@ -37,7 +37,7 @@ struct VANTORA_EXPORT TriviaQuestion
 {
     QString id;
     QString question;
-    QList<AnswerDetail> answers;  ///< in display order
+    QList<AnswerDetail> answers; ///< in display order
     QString category;
     std::optional<qint64> timePerQuestion;
     std::optional<QList<Promotion>> prizes;
@@ -72,12 +72,12 @@ struct Trivia
 /// One answer option of a poll.
 struct PollAnswer
 {
-    QString answer;  ///< also identifies the option when the viewer's choice is sent
+    QString answer; ///< also identifies the option when the viewer's choice is sent
     std::optional<QString> image;
     RelaxedString reward;
     bool isRewardSent = false;
     std::optional<bool> answerSending;
-    std::optional<qint64> totals;  ///< votes for this option
+    std::optional<qint64> totals; ///< votes for this option
 };
 
 /// A poll, or a prediction (a poll settled later).
@@ -86,19 +86,19 @@ struct VANTORA_EXPORT Poll
     QString name;
     QString id;
     QString question;
-    QString questionType;  ///< "poll" or "prediction"
+    QString questionType; ///< "poll" or "prediction"
     QString type;
-    qint64 hideButtons = 0;  ///< sent as an integer, not a boolean
+    qint64 hideButtons = 0; ///< sent as an integer, not a boolean
     QString image;
     qint64 time_limit = 0;
     QString viewType;
     QString status;
-    QList<PollAnswer> answers;  ///< in display order
+    QList<PollAnswer> answers; ///< in display order
     QList<Promotion> prizes;
     std::optional<bool> is_wager;
     RelaxedString expoints;
 
-    std::optional<Promotion> getPromotion() const;  ///< see TriviaQuestion::getPromotion()
+    std::optional<Promotion> getPromotion() const; ///< see TriviaQuestion::getPromotion()
     bool showPromotionAtStart() const;
     qint64 getAutoCloseTime() const;
 };
@@ -106,18 +106,18 @@ struct VANTORA_EXPORT Poll
 /// A rating on a scale of icons.
 struct VANTORA_EXPORT Rating
 {
-    QString name;  ///< the question text
+    QString name; ///< the question text
     QString id;
     std::optional<QString> description;
-    QString icon;  ///< shown for each step of the scale
-    QString optionsNumber;  ///< number of steps, as decimal text; see max()
+    QString icon; ///< shown for each step of the scale
+    QString optionsNumber; ///< number of steps, as decimal text; see max()
     std::optional<double> averageRate;
     std::optional<qint64> totalPeople;
     std::optional<qint64> totalPoints;
     QList<Promotion> prizes;
     std::optional<RelaxedString> expoints;
 
-    std::optional<Promotion> getPromotion() const;  ///< see TriviaQuestion::getPromotion()
+    std::optional<Promotion> getPromotion() const; ///< see TriviaQuestion::getPromotion()
     bool showPromotionAtStart() const;
     qint64 getAutoCloseTime() const;
 
@@ -129,10 +129,10 @@ struct VANTORA_EXPORT Rating
 /// How the overlay shows one item; built from its schedule entry, never read from JSON.
 struct InteractionOptions
 {
-    qint64 time = 0;  ///< seconds on screen
-    bool pause = false;  ///< pause the video while the item shows
-    bool closeAfter = false;  ///< close once the viewer has answered
-    bool hideAnswered = false;  ///< hide when the viewer has already answered
+    qint64 time = 0; ///< seconds on screen
+    bool pause = false; ///< pause the video while the item shows
+    bool closeAfter = false; ///< close once the viewer has answered
+    bool hideAnswered = false; ///< hide when the viewer has already answered
 };
 
 } // namespace Vantora

@@ -139,8 +139,8 @@ bool readValue(const element &value, RelaxedString &out, Failure &)
         break;
     }
     case element_type::BOOL:
-        out.value = value.get_bool().value_unsafe() ? QStringLiteral("true")
-                                                    : QStringLiteral("false");
+        out.value =
+            value.get_bool().value_unsafe() ? QStringLiteral("true") : QStringLiteral("false");
         break;
     case element_type::ARRAY: {
         // The first element of an array of strings; an array holding anything else is nothing.
@@ -167,11 +167,13 @@ bool readValue(const element &value, RelaxedString &out, Failure &)
     return true;
 }
 
-#define VANTORA_JSON_INSTANTIATE(T)                                                               \
-    template Decoded<T> decode<T>(QByteArrayView);                                                \
+// clang-format off
+#define VANTORA_JSON_INSTANTIATE(T)                                                                \
+    template Decoded<T> decode<T>(QByteArrayView);                                                 \
     template QByteArray encode<T>(const T &);
 VANTORA_JSON_RECORDS(VANTORA_JSON_INSTANTIATE)
 #undef VANTORA_JSON_INSTANTIATE
+// clang-format on
 template Decoded<RelaxedString> decode<RelaxedString>(QByteArrayView);
 
 } // namespace Vantora::Json

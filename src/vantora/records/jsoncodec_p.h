@@ -27,8 +27,8 @@ namespace Vantora::Json {
 /// Why a document did not decode, and where: `path` is empty for the document itself.
 struct DecodeError
 {
-    QString path;    ///< "polls[3].prizes[0].secondsDelay"
-    QString reason;  ///< "missing", "expected integer, got string", "invalid JSON (...)"
+    QString path; ///< "polls[3].prizes[0].secondsDelay"
+    QString reason; ///< "missing", "expected integer, got string", "invalid JSON (...)"
 
     /// "path: reason", or the reason alone for the document itself.
     QString message() const;
@@ -45,22 +45,24 @@ Decoded<T> decode(QByteArrayView json);
 template <class T>
 QByteArray encode(const T &value);
 
+// clang-format off
 // Every record with a JSON form. decode() and encode() are instantiated for these once, in the
 // records library; other layers call them without seeing the JSON library.
-#define VANTORA_JSON_RECORDS(X)                                                                   \
-    X(Sponsor) X(Promotion) X(Offer) X(TriviaPromotions) X(Injection) X(Clock) X(DesignInfo)      \
-    X(StreamerInfo) X(AnswerDetail) X(TriviaQuestion) X(TriviaAnswer) X(Trivia) X(PollAnswer)    \
-    X(Poll) X(Rating) X(PredictionResult) X(User) X(UserLevel) X(Channel) X(QList<Channel>)       \
-    X(GetInfoRequestBody) X(RegisterRequestBody) X(LoginRequestBody) X(AnswerPollRequestBody)     \
-    X(AnswerRatingRequestBody) X(AnswerTriviaRequestBody) X(AnalyticsRequestBody)                 \
-    X(AnalyticsEvent) X(AnswerPollResponse) X(AnswerRatingResponse) X(AnswerTriviaResponse)       \
+#define VANTORA_JSON_RECORDS(X)                                                                    \
+    X(Sponsor) X(Promotion) X(Offer) X(TriviaPromotions) X(Injection) X(Clock) X(DesignInfo)       \
+    X(StreamerInfo) X(AnswerDetail) X(TriviaQuestion) X(TriviaAnswer) X(Trivia) X(PollAnswer)     \
+    X(Poll) X(Rating) X(PredictionResult) X(User) X(UserLevel) X(Channel) X(QList<Channel>)        \
+    X(GetInfoRequestBody) X(RegisterRequestBody) X(LoginRequestBody) X(AnswerPollRequestBody)      \
+    X(AnswerRatingRequestBody) X(AnswerTriviaRequestBody) X(AnalyticsRequestBody)                  \
+    X(AnalyticsEvent) X(AnswerPollResponse) X(AnswerRatingResponse) X(AnswerTriviaResponse)        \
     X(AnalyticsResponse)
 
-#define VANTORA_JSON_DECLARE(T)                                                                   \
-    extern template Decoded<T> decode<T>(QByteArrayView);                                         \
+#define VANTORA_JSON_DECLARE(T)                                                                    \
+    extern template Decoded<T> decode<T>(QByteArrayView);                                          \
     extern template QByteArray encode<T>(const T &);
 VANTORA_JSON_RECORDS(VANTORA_JSON_DECLARE)
 #undef VANTORA_JSON_DECLARE
+// clang-format on
 
 // A lenient value on its own is a bare JSON value, not a document Qt can write; it decodes only.
 extern template Decoded<RelaxedString> decode<RelaxedString>(QByteArrayView);

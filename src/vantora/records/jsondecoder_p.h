@@ -125,9 +125,11 @@ bool readValue(const element &value, R &out, Failure &failure)
     constexpr size_t count = std::tuple_size_v<Fields>;
     static_assert(count <= 64, "the seen-mask holds 64 members");
     const auto each = [](auto &&visit) {
-        return [&]<size_t... I>(std::index_sequence<I...>) {
+        return [&]<size_t... I>(std::index_sequence<I...>)
+        {
             return (visit(std::integral_constant<size_t, I>{}) || ...);
-        }(std::make_index_sequence<count>{});
+        }
+        (std::make_index_sequence<count>{});
     };
 
     std::uint64_t seen = 0;
@@ -173,9 +175,8 @@ template <class T>
 Decoded<T> decode(QByteArrayView json)
 {
     element root;
-    const auto parsed = threadParser()
-                            .parse(json.data(), static_cast<size_t>(json.size()))
-                            .get(root);
+    const auto parsed =
+        threadParser().parse(json.data(), static_cast<size_t>(json.size())).get(root);
     if (parsed != simdjson::SUCCESS) {
         return DecodeError{{},
                            QStringLiteral("invalid JSON (%1)")

@@ -15,11 +15,26 @@
 
 namespace Vantora::Json {
 
-inline QJsonValue writeValue(const QString &value) { return value; }
-inline QJsonValue writeValue(qint64 value) { return QJsonValue(value); }
-inline QJsonValue writeValue(double value) { return value; }
-inline QJsonValue writeValue(bool value) { return value; }
-inline QJsonValue writeValue(const RelaxedString &value) { return value.value; }
+inline QJsonValue writeValue(const QString &value)
+{
+    return value;
+}
+inline QJsonValue writeValue(qint64 value)
+{
+    return QJsonValue(value);
+}
+inline QJsonValue writeValue(double value)
+{
+    return value;
+}
+inline QJsonValue writeValue(bool value)
+{
+    return value;
+}
+inline QJsonValue writeValue(const RelaxedString &value)
+{
+    return value.value;
+}
 template <class T>
 QJsonValue writeValue(const QList<T> &values);
 template <class T>
@@ -70,8 +85,8 @@ template <class T>
 QByteArray encode(const T &value)
 {
     const QJsonValue json = writeValue(value);
-    const QJsonDocument document = json.isArray() ? QJsonDocument(json.toArray())
-                                                  : QJsonDocument(json.toObject());
+    const QJsonDocument document =
+        json.isArray() ? QJsonDocument(json.toArray()) : QJsonDocument(json.toObject());
     return document.toJson(QJsonDocument::Compact);
 }
 

@@ -26,13 +26,13 @@ struct Sponsor
 struct Promotion
 {
     QString name;
-    QString content;                    ///< text or image reference, depending on `type`
+    QString content; ///< text or image reference, depending on `type`
     std::optional<QString> description;
     QString url;
-    QString type;                       ///< kind of content
-    RelaxedString viewType;             ///< "display" shows it from the start; "flip" after the result
-    std::optional<QString> clientType;  ///< "smartTV" for television promotions
-    qint64 secondsDelay = 0;            ///< added to the auto-close time of a "flip" promotion
+    QString type; ///< kind of content
+    RelaxedString viewType; ///< "display" shows it from the start; "flip" after the result
+    std::optional<QString> clientType; ///< "smartTV" for television promotions
+    qint64 secondsDelay = 0; ///< added to the auto-close time of a "flip" promotion
     std::optional<QString> smart_tv_img;
     std::optional<Sponsor> sponsor;
 };

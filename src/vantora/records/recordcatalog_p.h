@@ -13,7 +13,7 @@ namespace Vantora::Json {
 /// channel list, each reply and each request body. Tools pick one by name.
 struct DocumentKind
 {
-    QLatin1StringView name;  ///< "StreamerInfo", "Channel[]", "AnswerPollResponse", ...
+    QLatin1StringView name; ///< "StreamerInfo", "Channel[]", "AnswerPollResponse", ...
     /// Decodes the document strictly and encodes the record back as compact JSON.
     Result<QByteArray, DecodeError> (*reencode)(QByteArrayView json);
 };

@@ -52,17 +52,44 @@ const QList<Promotion> &prizesOf(const TriviaQuestion &question)
 
 } // namespace
 
-std::optional<Promotion> TriviaQuestion::getPromotion() const { return promotionOf(prizesOf(*this)); }
-bool TriviaQuestion::showPromotionAtStart() const { return showsAtStart(prizesOf(*this)); }
-qint64 TriviaQuestion::getAutoCloseTime() const { return autoCloseTimeOf(prizesOf(*this)); }
+std::optional<Promotion> TriviaQuestion::getPromotion() const
+{
+    return promotionOf(prizesOf(*this));
+}
+bool TriviaQuestion::showPromotionAtStart() const
+{
+    return showsAtStart(prizesOf(*this));
+}
+qint64 TriviaQuestion::getAutoCloseTime() const
+{
+    return autoCloseTimeOf(prizesOf(*this));
+}
 
-std::optional<Promotion> Poll::getPromotion() const { return promotionOf(prizes); }
-bool Poll::showPromotionAtStart() const { return showsAtStart(prizes); }
-qint64 Poll::getAutoCloseTime() const { return autoCloseTimeOf(prizes); }
+std::optional<Promotion> Poll::getPromotion() const
+{
+    return promotionOf(prizes);
+}
+bool Poll::showPromotionAtStart() const
+{
+    return showsAtStart(prizes);
+}
+qint64 Poll::getAutoCloseTime() const
+{
+    return autoCloseTimeOf(prizes);
+}
 
-std::optional<Promotion> Rating::getPromotion() const { return promotionOf(prizes); }
-bool Rating::showPromotionAtStart() const { return showsAtStart(prizes); }
-qint64 Rating::getAutoCloseTime() const { return autoCloseTimeOf(prizes); }
+std::optional<Promotion> Rating::getPromotion() const
+{
+    return promotionOf(prizes);
+}
+bool Rating::showPromotionAtStart() const
+{
+    return showsAtStart(prizes);
+}
+qint64 Rating::getAutoCloseTime() const
+{
+    return autoCloseTimeOf(prizes);
+}
 
 qint64 Rating::max() const
 {

@@ -35,7 +35,10 @@ template <class Record>
 struct Shape;
 
 template <class T>
-concept HasShape = requires { Shape<T>::fields; };
+concept HasShape = requires
+{
+    Shape<T>::fields;
+};
 
 template <class T>
 inline constexpr bool isOptional = false;
@@ -210,20 +213,13 @@ template <>
 struct Shape<Poll>
 {
     static constexpr auto fields = std::tuple{
-        field("name", &Poll::name),
-        field("id", &Poll::id),
-        field("question", &Poll::question),
-        field("questionType", &Poll::questionType),
-        field("type", &Poll::type),
-        field("hideButtons", &Poll::hideButtons),
-        field("image", &Poll::image),
-        field("time_limit", &Poll::time_limit),
-        field("viewType", &Poll::viewType),
-        field("status", &Poll::status),
-        field("answers", &Poll::answers),
-        field("prizes", &Poll::prizes),
-        field("is_wager", &Poll::is_wager),
-        field("expoints", &Poll::expoints),
+        field("name", &Poll::name),         field("id", &Poll::id),
+        field("question", &Poll::question), field("questionType", &Poll::questionType),
+        field("type", &Poll::type),         field("hideButtons", &Poll::hideButtons),
+        field("image", &Poll::image),       field("time_limit", &Poll::time_limit),
+        field("viewType", &Poll::viewType), field("status", &Poll::status),
+        field("answers", &Poll::answers),   field("prizes", &Poll::prizes),
+        field("is_wager", &Poll::is_wager), field("expoints", &Poll::expoints),
     };
 };
 

@@ -38,10 +38,10 @@ struct TriviaPromotions
 /// An item to be shown at a wall-clock moment.
 struct VANTORA_EXPORT Injection
 {
-    QString id;      ///< id of the poll, rating, prediction or trivia to show
-    QString module;  ///< which kind of item `id` refers to
-    RelaxedString injection_timestamp;  ///< whole seconds since 1970; see getTimestamp()
-    RelaxedString timeToStay;  ///< seconds on screen, as decimal text
+    QString id; ///< id of the poll, rating, prediction or trivia to show
+    QString module; ///< which kind of item `id` refers to
+    RelaxedString injection_timestamp; ///< whole seconds since 1970; see getTimestamp()
+    RelaxedString timeToStay; ///< seconds on screen, as decimal text
     bool active = false;
     bool isPause = false;
     std::optional<bool> close_post_interaction;
@@ -56,9 +56,9 @@ struct VANTORA_EXPORT Injection
 /// An item to be shown at a point of the video's own time line.
 struct Clock
 {
-    RelaxedString id;  ///< may arrive as a number
+    RelaxedString id; ///< may arrive as a number
     QString module;
-    qint64 time = 0;   ///< the point of the video time line
+    qint64 time = 0; ///< the point of the video time line
     RelaxedString timeToStay;
     bool isPause = false;
     bool close_post_interaction = false;
@@ -86,7 +86,7 @@ struct StreamerInfo
     std::optional<QList<Poll>> polls;
     std::optional<QList<Rating>> ratings;
     std::optional<QList<TriviaPromotions>> trivias;
-    std::optional<QList<Poll>> predictions;  ///< polls settled later
+    std::optional<QList<Poll>> predictions; ///< polls settled later
     std::optional<QList<Injection>> injections;
     QList<Clock> clocks;
     std::optional<QList<DesignInfo>> designs;

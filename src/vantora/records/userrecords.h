@@ -29,15 +29,15 @@ struct User
 {
     QString name;
     QString email;
-    QString token;  ///< carried by later requests as `userToken`
+    QString token; ///< carried by later requests as `userToken`
     qint64 status = 0;
     qint64 level = 0;
     std::optional<QString> userBroadcasterForeignID;
-    std::optional<QMap<QString, QString>> polls;    ///< earlier poll answers by poll key
-    std::optional<QMap<QString, QString>> ratings;  ///< earlier ratings by rating key
+    std::optional<QMap<QString, QString>> polls; ///< earlier poll answers by poll key
+    std::optional<QMap<QString, QString>> ratings; ///< earlier ratings by rating key
     std::optional<QMap<QString, PredictionResult>> predictionsResults;
     std::optional<double> amount_of_credits_won;
-    std::optional<double> expirience_points;  ///< the backend's own spelling of the key
+    std::optional<double> expirience_points; ///< the backend's own spelling of the key
 };
 
 /// The viewer's level after an answer.
@@ -46,7 +46,7 @@ struct UserLevel
     RelaxedString level;
     std::optional<QString> name;
     std::optional<RelaxedString> expoints;
-    std::optional<QString> gift_points;  ///< strict text: a number here fails decoding
+    std::optional<QString> gift_points; ///< strict text: a number here fails decoding
 };
 
 /// A won prediction, built from a live "pollWin" event (never decoded as a JSON record).
@@ -60,7 +60,7 @@ struct PredictionWin
 /// One channel of a broadcaster's channel list.
 struct Channel
 {
-    QString channel;  ///< the channel id
+    QString channel; ///< the channel id
     QString additionalPageSettings;
     QString urlB64;
 };

@@ -44,9 +44,9 @@ QString Vantora::shortestText(double value)
     const double magnitude = std::fabs(value);
     const bool exponent = magnitude < 1e-4 || magnitude > 0x1p54;
     char buffer[64];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value,
-                                      exponent ? std::chars_format::scientific
-                                               : std::chars_format::fixed);
+    const auto result =
+        std::to_chars(buffer, buffer + sizeof buffer, value,
+                      exponent ? std::chars_format::scientific : std::chars_format::fixed);
     QString text = QString::fromLatin1(buffer, result.ptr - buffer);
     if (!exponent && !text.contains(u'.'))
         text.append(QLatin1StringView(".0"));
