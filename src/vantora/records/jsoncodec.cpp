@@ -2,7 +2,9 @@
 #include "vantora/records/jsonencoder_p.h"
 #include "vantora/toolkit/numbertext_p.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace Vantora::Json {
 
@@ -43,13 +45,13 @@ std::optional<qint64> exactInteger(double number)
 
 } // namespace
 
-bool Failure::mismatch(const char *expected, const element &value)
+bool DecodeState::mismatch(const char *expected, const element &value)
 {
     return fail(QStringLiteral("expected %1, got %2")
                     .arg(QLatin1StringView(expected), QLatin1StringView(typeName(value.type()))));
 }
 
-DecodeError Failure::error() const
+DecodeError DecodeState::error() const
 {
     QString path;
     for (auto it = m_reversedPath.rbegin(); it != m_reversedPath.rend(); ++it) {
@@ -65,66 +67,90 @@ QString DecodeError::message() const
     return path.isEmpty() ? reason : path + QLatin1StringView(": ") + reason;
 }
 
+QString DecodeState::text(std::string_view bytes)
+{
+    const auto make = [&] {
+        return QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    };
+    if (bytes.empty() || bytes.size() > longestCached)
+        return make();
+
+    // Hash the first and last eight bytes (overlapping for short texts) with the length.
+    std::uint64_t head = 0;
+    std::uint64_t tail = 0;
+    const size_t prefix = std::min<size_t>(bytes.size(), 8);
+    std::memcpy(&head, bytes.data(), prefix);
+    std::memcpy(&tail, bytes.data() + bytes.size() - prefix, prefix);
+    const std::uint64_t hash =
+        (head * 0x9E3779B97F4A7C15u) ^ (tail * 0xC2B2AE3D27D4EB4Fu) ^ bytes.size();
+    CachedText &slot = m_texts[(hash >> 32) % cacheSize];
+    if (slot.bytes != bytes) {
+        slot.bytes = bytes;
+        slot.text = make();
+    }
+    return slot.text;
+}
+
 simdjson::dom::parser &threadParser()
 {
     thread_local simdjson::dom::parser parser;
     return parser;
 }
 
-bool readValue(const element &value, QString &out, Failure &failure)
+bool readValue(const element &value, QString &out, DecodeState &state)
 {
     std::string_view text;
     if (value.get(text) != simdjson::SUCCESS)
-        return failure.mismatch("string", value);
-    out = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+        return state.mismatch("string", value);
+    out = state.text(text);
     return true;
 }
 
 // Any number whose value is a whole number in range counts, however it is written: the backend's
 // serialisers sometimes write 42.0 for 42. Fractions, strings and booleans do not.
-bool readValue(const element &value, qint64 &out, Failure &failure)
+bool readValue(const element &value, qint64 &out, DecodeState &state)
 {
     switch (value.type()) {
     case element_type::INT64:
         out = value.get_int64().value_unsafe();
         return true;
     case element_type::UINT64:
-        return failure.fail(QStringLiteral("integer out of 64-bit range"));
+        return state.fail(QStringLiteral("integer out of 64-bit range"));
     case element_type::DOUBLE: {
         const double number = value.get_double().value_unsafe();
         if (const auto whole = exactInteger(number)) {
             out = *whole;
             return true;
         }
-        return failure.fail(std::trunc(number) != number
-                                ? QStringLiteral("expected integer, got fraction")
-                                : QStringLiteral("integer out of 64-bit range"));
+        return state.fail(std::trunc(number) != number
+                              ? QStringLiteral("expected integer, got fraction")
+                              : QStringLiteral("integer out of 64-bit range"));
     }
     default:
-        return failure.mismatch("integer", value);
+        return state.mismatch("integer", value);
     }
 }
 
-bool readValue(const element &value, double &out, Failure &failure)
+bool readValue(const element &value, double &out, DecodeState &state)
 {
     if (value.get(out) != simdjson::SUCCESS)
-        return failure.mismatch("number", value);
+        return state.mismatch("number", value);
     return true;
 }
 
-bool readValue(const element &value, bool &out, Failure &failure)
+bool readValue(const element &value, bool &out, DecodeState &state)
 {
     if (value.get(out) != simdjson::SUCCESS)
-        return failure.mismatch("boolean", value);
+        return state.mismatch("boolean", value);
     return true;
 }
 
 // Takes whatever scalar arrives and keeps it as text; never fails.
-bool readValue(const element &value, RelaxedString &out, Failure &)
+bool readValue(const element &value, RelaxedString &out, DecodeState &state)
 {
     switch (value.type()) {
     case element_type::STRING:
-        out.value = QString::fromUtf8(value.get_string().value_unsafe());
+        out.value = state.text(value.get_string().value_unsafe());
         break;
     case element_type::INT64:
         out.value = QString::number(value.get_int64().value_unsafe());
@@ -154,7 +180,7 @@ bool readValue(const element &value, RelaxedString &out, Failure &)
                 break;
             }
             if (first)
-                out.value = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+                out.value = state.text(text);
             first = false;
         }
         break;

@@ -13,6 +13,8 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <string_view>
@@ -24,8 +26,10 @@ namespace Vantora::Json {
 using simdjson::dom::element;
 using simdjson::dom::element_type;
 
-/// Collects the reason of a failure and, while the readers unwind, the path that led to it.
-class Failure
+/// What one decode carries along: the reason of a failure and, while the readers unwind, the
+/// path that led to it; and the texts already made, since channel documents repeat many values
+/// (types, view types, URLs), and a repeated one then costs a shared copy, not an allocation.
+class DecodeState
 {
 public:
     bool fail(QString reason)
@@ -41,9 +45,21 @@ public:
     }
     DecodeError error() const;
 
+    /// The text of these UTF-8 bytes, which must stay valid for the whole decode.
+    QString text(std::string_view bytes);
+
 private:
+    struct CachedText
+    {
+        std::string_view bytes;
+        QString text;
+    };
+    static constexpr size_t cacheSize = 256; // a direct-mapped cache: a collision just replaces
+    static constexpr size_t longestCached = 48;
+
     QString m_reason;
     std::vector<QString> m_reversedPath;
+    std::array<CachedText, cacheSize> m_texts;
 };
 
 /// The parser of the calling thread, reused so its buffers are allocated once.
@@ -51,29 +67,29 @@ simdjson::dom::parser &threadParser();
 
 // Readers, one per member type. Each returns false and fills the Failure when the value does not
 // have the member's type; the record reader adds the path on the way out.
-bool readValue(const element &value, QString &out, Failure &failure);
-bool readValue(const element &value, qint64 &out, Failure &failure);
-bool readValue(const element &value, double &out, Failure &failure);
-bool readValue(const element &value, bool &out, Failure &failure);
-bool readValue(const element &value, RelaxedString &out, Failure &failure);
+bool readValue(const element &value, QString &out, DecodeState &state);
+bool readValue(const element &value, qint64 &out, DecodeState &state);
+bool readValue(const element &value, double &out, DecodeState &state);
+bool readValue(const element &value, bool &out, DecodeState &state);
+bool readValue(const element &value, RelaxedString &out, DecodeState &state);
 template <class T>
-bool readValue(const element &value, QList<T> &out, Failure &failure);
+bool readValue(const element &value, QList<T> &out, DecodeState &state);
 template <class T>
-bool readValue(const element &value, QMap<QString, T> &out, Failure &failure);
+bool readValue(const element &value, QMap<QString, T> &out, DecodeState &state);
 template <HasShape R>
-bool readValue(const element &value, R &out, Failure &failure);
+bool readValue(const element &value, R &out, DecodeState &state);
 
 template <class T>
-bool readValue(const element &value, QList<T> &out, Failure &failure)
+bool readValue(const element &value, QList<T> &out, DecodeState &state)
 {
     simdjson::dom::array array;
     if (value.get(array) != simdjson::SUCCESS)
-        return failure.mismatch("array", value);
+        return state.mismatch("array", value);
     out.reserve(static_cast<qsizetype>(array.size()));
     size_t index = 0;
     for (const element item : array) {
-        if (!readValue(item, out.emplace_back(), failure)) {
-            failure.enterIndex(index);
+        if (!readValue(item, out.emplace_back(), state)) {
+            state.enterIndex(index);
             return false;
         }
         ++index;
@@ -82,18 +98,18 @@ bool readValue(const element &value, QList<T> &out, Failure &failure)
 }
 
 template <class T>
-bool readValue(const element &value, QMap<QString, T> &out, Failure &failure)
+bool readValue(const element &value, QMap<QString, T> &out, DecodeState &state)
 {
     simdjson::dom::object object;
     if (value.get(object) != simdjson::SUCCESS)
-        return failure.mismatch("object", value);
+        return state.mismatch("object", value);
     for (const simdjson::dom::key_value_pair member : object) {
-        QString key = QString::fromUtf8(member.key);
+        QString key = state.text(member.key);
         if (out.contains(key))
             continue;
         T item{};
-        if (!readValue(member.value, item, failure)) {
-            failure.enterKey(member.key);
+        if (!readValue(member.value, item, state)) {
+            state.enterKey(member.key);
             return false;
         }
         out.insert(std::move(key), std::move(item));
@@ -102,23 +118,23 @@ bool readValue(const element &value, QMap<QString, T> &out, Failure &failure)
 }
 
 template <class Member>
-bool readMember(const element &value, Member &out, Failure &failure)
+bool readMember(const element &value, Member &out, DecodeState &state)
 {
     if constexpr (isOptional<Member>) {
         if (value.is_null())
             return true;
-        return readValue(value, out.emplace(), failure);
+        return readValue(value, out.emplace(), state);
     } else {
-        return readValue(value, out, failure);
+        return readValue(value, out, state);
     }
 }
 
 template <HasShape R>
-bool readValue(const element &value, R &out, Failure &failure)
+bool readValue(const element &value, R &out, DecodeState &state)
 {
     simdjson::dom::object object;
     if (value.get(object) != simdjson::SUCCESS)
-        return failure.mismatch("object", value);
+        return state.mismatch("object", value);
 
     constexpr auto &fields = Shape<R>::fields;
     using Fields = std::remove_cvref_t<decltype(fields)>;
@@ -132,22 +148,34 @@ bool readValue(const element &value, R &out, Failure &failure)
         (std::make_index_sequence<count>{});
     };
 
+    static constexpr auto keys = std::apply(
+        [](const auto &...field) { return std::array<std::string_view, count>{field.key...}; },
+        fields);
+
     std::uint64_t seen = 0;
+    size_t next = 0; // documents usually list the keys in the shape's order: try that one first
     for (const simdjson::dom::key_value_pair member : object) {
+        size_t index = next;
+        if (keys[index] != member.key) {
+            index = std::find(keys.begin(), keys.end(), member.key) - keys.begin();
+            if (index == count)
+                continue; // not a member of this record
+        }
+        next = index + 1 == count ? 0 : index + 1;
+        const std::uint64_t bit = std::uint64_t{1} << index;
+        if (seen & bit)
+            continue; // a repeated key keeps its first value
+        seen |= bit;
+
         bool ok = true;
-        each([&](auto index) {
-            constexpr auto &field = std::get<index>(fields);
-            constexpr std::uint64_t bit = std::uint64_t{1} << index;
-            if (field.key != member.key)
+        each([&](auto i) {
+            if (i != index)
                 return false;
-            if ((seen & bit) == 0) { // a repeated key keeps its first value
-                seen |= bit;
-                ok = readMember(member.value, out.*(field.member), failure);
-            }
+            ok = readMember(member.value, out.*(std::get<i>(fields).member), state);
             return true;
         });
         if (!ok) {
-            failure.enterKey(member.key);
+            state.enterKey(member.key);
             return false;
         }
     }
@@ -164,8 +192,8 @@ bool readValue(const element &value, R &out, Failure &failure)
         return false;
     });
     if (!missing.empty()) {
-        failure.fail(QStringLiteral("missing"));
-        failure.enterKey(missing);
+        state.fail(QStringLiteral("missing"));
+        state.enterKey(missing);
         return false;
     }
     return true;
@@ -183,9 +211,9 @@ Decoded<T> decode(QByteArrayView json)
                                .arg(QLatin1StringView(simdjson::error_message(parsed)))};
     }
     T value{};
-    Failure failure;
-    if (!readValue(root, value, failure))
-        return failure.error();
+    DecodeState state;
+    if (!readValue(root, value, state))
+        return state.error();
     return value;
 }
 
