@@ -12,6 +12,8 @@
 #include <random>
 #include <string>
 
+#include <unistd.h>
+
 using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
 
@@ -20,14 +22,20 @@ namespace {
 class ChannelGenerator
 {
 public:
+    // Item n comes out the same whatever the count, so the size grows about linearly with the
+    // count: measure the fixed part and an average item, then pick the count nearest the target.
     QByteArray document(qsizetype targetBytes)
     {
-        const qsizetype perUnit = Json::encode(build(1)).size();
-        return Json::encode(build(std::max<qsizetype>(1, targetBytes / perUnit)));
+        constexpr qsizetype sample = 64;
+        const qsizetype fixed = Json::encode(build(0)).size();
+        const qsizetype perItem = (Json::encode(build(sample)).size() - fixed) / sample;
+        const qsizetype items = (targetBytes - fixed + perItem / 2) / perItem;
+        return Json::encode(build(std::max<qsizetype>(1, items)));
     }
 
 private:
-    StreamerInfo build(qsizetype units)
+    // Polls, ratings, predictions and trivia questions in turn, each with its schedule entry.
+    StreamerInfo build(qsizetype items)
     {
         m_random.seed(2041);
         StreamerInfo info;
@@ -42,16 +50,29 @@ private:
         info.injections.emplace();
         info.designs = QList<DesignInfo>{{u"SmartTV"_s, u"designs/bg.png"_s, u"designs/logo.png"_s,
                                           u"#FFFFFFFF"_s, u"DejaVu Sans"_s, u"#1E88E5FF"_s}};
-        for (qsizetype i = 0; i < units; ++i) {
-            info.polls->append(poll(i, u"poll"_s));
-            info.predictions->append(poll(i, u"prediction"_s));
-            info.ratings->append(rating(i));
-            info.trivias->append({id(u"tq"_s, i), QList<Promotion>{promotion()}});
-            info.injections->append(injection(i));
-            info.clocks.append(
-                {{id(u"rt"_s, i)}, u"rating"_s, 60 * i, {u"30"_s}, true, false, true});
-            info.clocks.append(
-                {{id(u"tq"_s, i)}, u"quiz"_s, 60 * i + 30, {u"20"_s}, false, true, {}});
+        for (qsizetype n = 0; n < items; ++n) {
+            const qsizetype i = n / 4;
+            switch (n % 4) {
+            case 0:
+                info.polls->append(poll(i, u"poll"_s));
+                info.injections->append(injection(info.polls->constLast().id, u"polls"_s, n));
+                break;
+            case 1:
+                info.ratings->append(rating(i));
+                info.clocks.append(
+                    {{id(u"rt"_s, i)}, u"rating"_s, 60 * i, {u"30"_s}, true, false, true});
+                break;
+            case 2:
+                info.predictions->append(poll(i, u"prediction"_s));
+                info.injections->append(
+                    injection(info.predictions->constLast().id, u"predictions"_s, n));
+                break;
+            default:
+                info.trivias->append({id(u"tq"_s, i), QList<Promotion>{promotion()}});
+                info.clocks.append(
+                    {{id(u"tq"_s, i)}, u"quiz"_s, 60 * i + 30, {u"20"_s}, false, true, {}});
+                break;
+            }
         }
         return info;
     }
@@ -149,33 +170,43 @@ private:
         return r;
     }
 
-    Injection injection(qsizetype i)
+    static Injection injection(const QString &itemId, const QString &module, qsizetype n)
     {
-        return {id(u"poll"_s, i),
-                u"polls"_s,
-                {QString::number(1763900000 + i)},
-                {u"45"_s},
-                true,
-                false,
-                true,
-                true,
-                false};
+        Injection injection;
+        injection.id = itemId;
+        injection.module = module;
+        injection.injection_timestamp.value = QString::number(1763900000 + 40 * n);
+        injection.timeToStay.value = u"45"_s;
+        injection.active = true;
+        injection.close_post_interaction = true;
+        injection.smartTV = true;
+        injection.once_per_user = false;
+        return injection;
     }
 
     std::mt19937 m_random;
 };
 
 // Collects bytes per second by benchmark name, then prints decode against raw parse per size.
+// The table's MB are 10^6 bytes; Google Benchmark's own column uses powers of 1024.
 class RatioReporter : public benchmark::ConsoleReporter
 {
 public:
+    // A reporter of our own bypasses --benchmark_color: colour only a terminal, as its default.
+    RatioReporter() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_ColorTabular : OO_Tabular) { }
+
     void ReportRuns(const std::vector<Run> &runs) override
     {
         ConsoleReporter::ReportRuns(runs);
+        // With --benchmark_repetitions the median stands for the benchmark; otherwise its run.
         for (const Run &run : runs) {
             const auto rate = run.counters.find("bytes_per_second");
-            if (run.run_type == Run::RT_Iteration && rate != run.counters.end())
-                m_rates[run.benchmark_name()] = rate->second.value;
+            const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+            if (rate == run.counters.end() || (run.run_type == Run::RT_Aggregate && !median))
+                continue;
+            Rate &slot = m_rates[run.run_name.str()];
+            if (median || !slot.median)
+                slot = {rate->second.value, median};
         }
     }
 
@@ -185,17 +216,25 @@ public:
         std::printf("\n%-8s %16s %18s %8s\n", "size", "raw parse MB/s", "strict decode MB/s",
                     "ratio");
         for (const auto &[size, bytes] : m_sizes) {
-            const double raw = m_rates["raw_parse/" + size] / 1e6;
-            const double strict = m_rates["strict_decode/" + size] / 1e6;
-            std::printf("%-8s %16.0f %18.0f %8.2f   (%lld bytes)\n", size.c_str(), raw, strict,
-                        raw > 0 ? strict / raw : 0.0, static_cast<long long>(bytes));
+            const auto raw = m_rates.find("raw_parse/" + size);
+            const auto strict = m_rates.find("strict_decode/" + size);
+            if (raw == m_rates.end() || strict == m_rates.end())
+                continue; // filtered out on the command line
+            std::printf("%-8s %16.0f %18.0f %8.3f   (%lld bytes)\n", size.c_str(),
+                        raw->second.value / 1e6, strict->second.value / 1e6,
+                        strict->second.value / raw->second.value, static_cast<long long>(bytes));
         }
     }
 
     void addSize(const std::string &name, qsizetype bytes) { m_sizes.emplace_back(name, bytes); }
 
 private:
-    std::map<std::string, double> m_rates;
+    struct Rate
+    {
+        double value = 0;
+        bool median = false;
+    };
+    std::map<std::string, Rate> m_rates;
     std::vector<std::pair<std::string, qsizetype>> m_sizes;
 };
 
@@ -212,10 +251,15 @@ int main(int argc, char **argv)
     documents.reserve(std::size(sizes));
     for (const auto &[name, target] : sizes) {
         const QByteArray &json = documents.emplace_back(generator.document(target));
+        // Once, untimed: the timed decode must succeed and build every record the bytes hold.
         const auto checked = Json::decode<StreamerInfo>(json);
         if (!checked) {
             std::fprintf(stderr, "generated %s document does not decode: %s\n", name,
                          qPrintable(checked.error().message()));
+            return EXIT_FAILURE;
+        }
+        if (Json::encode(checked.value()) != json) {
+            std::fprintf(stderr, "generated %s document does not decode to its records\n", name);
             return EXIT_FAILURE;
         }
         reporter.addSize(name, json.size());

@@ -157,7 +157,8 @@ bool readValue(const element &value, R &out, DecodeState &state)
     for (const simdjson::dom::key_value_pair member : object) {
         size_t index = next;
         if (keys[index] != member.key) {
-            index = std::find(keys.begin(), keys.end(), member.key) - keys.begin();
+            index =
+                static_cast<size_t>(std::find(keys.begin(), keys.end(), member.key) - keys.begin());
             if (index == count)
                 continue; // not a member of this record
         }
