@@ -6,6 +6,8 @@
 #include <vantora/records/relaxedstring.h>
 #include <vantora/records/streamerinfo.h>
 #include <vantora/records/userrecords.h>
+#include <vantora/service/vtadeployment.h>
+#include <vantora/service/vtaenvironment.h>
 #include <vantora/version.h>
 
 #include <cstdio>
@@ -23,7 +25,15 @@ int main()
     Vantora::Rating rating;
     rating.optionsNumber = QStringLiteral("10");
 
+    VTADeployment deployment = VTADeployment::current();
+    deployment.channelsBaseURL = QStringLiteral("https://cdn.example.com/channels");
+    VTADeployment::configure(deployment);
+    const VTAEnvironment test = VTAEnvironment::testDefault();
+
     if (poll.getAutoCloseTime() != 15 || rating.max() != 6
+        || test.envName() != QLatin1String("test3")
+        || VTADeployment::current().channelsBaseURL
+            != QLatin1String("https://cdn.example.com/channels/")
         || std::strcmp(Vantora::runtimeVersion(), VANTORA_VERSION_STRING) != 0) {
         std::puts("consumer: unexpected results from the installed library");
         return 1;
