@@ -6,8 +6,8 @@
 #include <vantora/records/relaxedstring.h>
 #include <vantora/records/streamerinfo.h>
 #include <vantora/records/userrecords.h>
-#include <vantora/service/vtadeployment.h>
-#include <vantora/service/vtaenvironment.h>
+#include <vantora/records/vtadeployment.h>
+#include <vantora/records/vtaenvironment.h>
 #include <vantora/version.h>
 
 #include <cstdio>

@@ -2,7 +2,7 @@
 
 #include "vantora/service/networktransport_p.h"
 #include "vantora/service/vtaservicemanager_p.h"
-#include <vantora/service/vtadeployment.h>
+#include <vantora/records/vtadeployment.h>
 
 #include "testsupport.h"
 

@@ -2,7 +2,7 @@
 
 #include "vantora/service/multipartbody_p.h"
 
-#include <vantora/service/vtadeployment.h>
+#include <vantora/records/vtadeployment.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -7,7 +7,7 @@
 #include "vantora/toolkit/fatal_p.h"
 #include "vantora/toolkit/scheduler_p.h"
 
-#include <vantora/service/vtadeployment.h>
+#include <vantora/records/vtadeployment.h>
 
 #include <QCoreApplication>
 #include <QJsonDocument>

@@ -7,7 +7,7 @@
 #include <vantora/records/interactionrecords.h>
 #include <vantora/records/streamerinfo.h>
 #include <vantora/records/userrecords.h>
-#include <vantora/service/vtaenvironment.h>
+#include <vantora/records/vtaenvironment.h>
 
 #include <QImage>
 #include <QList>

@@ -1,7 +1,7 @@
-#include "vantora/service/deploymentdefaults_p.h"
+#include "vantora/records/deploymentdefaults_p.h"
 
-#include <vantora/service/vtadeployment.h>
-#include <vantora/service/vtaenvironment.h>
+#include <vantora/records/vtadeployment.h>
+#include <vantora/records/vtaenvironment.h>
 
 #include <gtest/gtest.h>
 
@@ -78,13 +78,16 @@ TEST(Deployment, environmentVariablesMoveTheWholeDeployment)
     qputenv("VANTORA_IMAGE_BASE", "http://127.0.0.1:8080/media");
     qputenv("VANTORA_CHANNELS_BASE", "http://127.0.0.1:8080/channels");
     qputenv("VANTORA_REALTIME_URL", "ws://127.0.0.1:8080");
-    const VTADeployment deployment = VTADeployment::builtIn();
+    VTADeployment deployment = VTADeployment::builtIn();
     EXPECT_EQ(deployment.productionApiBaseURL, u"http://127.0.0.1:8080/userApi"_s);
     EXPECT_EQ(deployment.developmentApiBaseURL, u"http://127.0.0.1:8080/userApi"_s);
     EXPECT_EQ(deployment.testApiBaseURL, u"http://127.0.0.1:8080/userApi"_s);
     EXPECT_EQ(deployment.imageBaseURL, u"http://127.0.0.1:8080/media"_s);
     EXPECT_EQ(deployment.channelsBaseURL, u"http://127.0.0.1:8080/channels/"_s);
     EXPECT_EQ(deployment.realtimeURL, u"ws://127.0.0.1:8080"_s);
+    EXPECT_EQ(deployment.realtimeURLFor(u"us2"_s), u"ws://127.0.0.1:8080"_s);
+    deployment.realtimeURL = u"wss://ws-{cluster}.example.com:443"_s;
+    EXPECT_EQ(deployment.realtimeURLFor(u"eu"_s), u"wss://ws-eu.example.com:443"_s);
 
     EXPECT_IN_FRESH_PROCESS({
         const VTAEnvironment production = VTAEnvironment::productionDefault();

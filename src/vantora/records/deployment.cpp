@@ -1,9 +1,9 @@
-#include <vantora/service/vtadeployment.h>
-#include <vantora/service/vtaenvironment.h>
+#include <vantora/records/vtadeployment.h>
+#include <vantora/records/vtaenvironment.h>
 
-#include "vantora/service/deploymentdefaults_p.h"
-#include "vantora/service/servicelogging_p.h"
+#include "vantora/records/deploymentdefaults_p.h"
 
+#include <QLoggingCategory>
 #include <QtGlobal>
 
 #include <optional>
@@ -11,6 +11,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+Q_LOGGING_CATEGORY(lcDeployment, "vantora.deployment", QtInfoMsg)
 
 QString fromEnvironment(const char *variable, QString fallback)
 {
@@ -66,6 +68,12 @@ VTADeployment VTADeployment::builtIn()
     return deployment;
 }
 
+QString VTADeployment::realtimeURLFor(const QString &cluster) const
+{
+    QString url = realtimeURL;
+    return url.replace(u"{cluster}"_s, cluster);
+}
+
 VTADeployment VTADeployment::current()
 {
     if (!configured())
@@ -76,7 +84,7 @@ VTADeployment VTADeployment::current()
 void VTADeployment::configure(const VTADeployment &deployment)
 {
     if (defaultsMade)
-        qCWarning(Vantora::lcService,
+        qCWarning(lcDeployment,
                   "VTADeployment::configure() after the VTAEnvironment defaults were made: they "
                   "keep their earlier hosts");
     configured() = deployment;

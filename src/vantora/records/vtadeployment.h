@@ -40,6 +40,9 @@ struct VANTORA_EXPORT VTADeployment
     /// cluster, as in "wss://ws-{cluster}.realtime.example.com:443".
     QString realtimeURL;
 
+    /// The realtime URL with the cluster filled in.
+    QString realtimeURLFor(const QString &cluster) const;
+
     /// The build's values with the environment variables above applied.
     static VTADeployment builtIn();
 
