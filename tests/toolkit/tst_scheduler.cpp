@@ -3,6 +3,10 @@
 
 #include <QCoreApplication>
 #include <QObject>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
 #include <QTest>
 #include <QVariantAnimation>
 
@@ -185,6 +189,36 @@ TEST(VirtualTime, drivesQtAnimations)
     clock.advanceBy(10s);
     EXPECT_EQ(slide.state(), QAbstractAnimation::Stopped);
     EXPECT_DOUBLE_EQ(slide.currentValue().toDouble(), 400.0);
+}
+
+// A card's slide-in, as the views write it, on a shown window: no frame is waited for.
+TEST(VirtualTime, drivesQtQuickAnimationsInAWindow)
+{
+    VirtualTimeScheduler clock;
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData("import QtQuick\n"
+                      "Item {\n"
+                      "    width: 1920; height: 1080\n"
+                      "    Rectangle { objectName: \"card\"; width: 400; height: 300; x: 1920\n"
+                      "        NumberAnimation on x { to: 1400; duration: 400 }\n"
+                      "    }\n"
+                      "}\n",
+                      QUrl());
+    std::unique_ptr<QObject> root(component.create());
+    ASSERT_TRUE(root) << component.errorString().toStdString();
+    QQuickWindow window;
+    window.resize(1920, 1080);
+    qobject_cast<QQuickItem *>(root.get())->setParentItem(window.contentItem());
+    window.show();
+    auto *card = root->findChild<QQuickItem *>(QStringLiteral("card"));
+    ASSERT_NE(card, nullptr);
+    clock.runPending();
+    EXPECT_DOUBLE_EQ(card->x(), 1920.0);
+    clock.advanceBy(200ms);
+    EXPECT_DOUBLE_EQ(card->x(), 1660.0);
+    clock.advanceBy(1s);
+    EXPECT_DOUBLE_EQ(card->x(), 1400.0);
 }
 
 TEST(VirtualTime, isTheInstanceWhileItLives)
