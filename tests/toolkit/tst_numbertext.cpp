@@ -77,3 +77,61 @@ TEST(NumberText, shortestTextRoundTripsInTheBackendsNotation)
         EXPECT_EQ(shortestText(row.value), QLatin1StringView(row.expected));
     }
 }
+
+TEST(NumberText, formatDecimalRoundsTheShortestDecimalHalfToEven)
+{
+    const double infinity = std::numeric_limits<double>::infinity();
+    const struct
+    {
+        double value;
+        int minFraction;
+        int maxFraction;
+        const char16_t *expected;
+    } rows[] = {
+        {0.15, 0, 1, u"0.2"}, // 0.1499999… in binary; the shortest decimal is what is rounded
+        {0.05, 0, 1, u"0"},
+        {0.25, 0, 1, u"0.2"},
+        {0.35, 0, 1, u"0.4"},
+        {2.25, 0, 1, u"2.2"},
+        {1234.55, 0, 1, u"1,234.6"},
+        {1234.65, 0, 1, u"1,234.6"},
+        {1234.5, 0, 1, u"1,234.5"},
+        {0.95, 0, 1, u"1"},
+        {9.96, 0, 1, u"10"},
+        {999999.96, 0, 1, u"1,000,000"},
+        {12.0, 0, 1, u"12"},
+        {12.0, 1, 1, u"12.0"},
+        {1340.0, 1, 1, u"1,340.0"},
+        {0.0, 1, 1, u"0.0"},
+        {-0.04, 0, 1, u"-0"},
+        {-1234.56, 0, 1, u"-1,234.6"},
+        {100.0 / 3.0, 1, 1, u"33.3"},
+        {200.0 / 3.0, 1, 1, u"66.7"},
+        {0.0001, 0, 1, u"0"},
+        {123.0, 0, 0, u"123"},
+        {1e20, 0, 1, u"100,000,000,000,000,000,000"},
+        {std::nan(""), 0, 1, u"NaN"},
+        {infinity, 0, 1, u"\u221E"},
+        {-infinity, 1, 1, u"-\u221E"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(testing::Message()
+                     << row.value << " [" << row.minFraction << ',' << row.maxFraction << ']');
+        EXPECT_EQ(formatDecimal(row.value, row.minFraction, row.maxFraction),
+                  QString::fromUtf16(row.expected));
+    }
+}
+
+TEST(NumberText, formatOneDecimalRoundsTheBinaryValueLikePrintf)
+{
+    const struct
+    {
+        double value;
+        const char *expected;
+    } rows[] = {{3.25, "3.2"}, {0.25, "0.2"}, {3.8, "3.8"},  {3.75, "3.8"},   {0.0, "0.0"},
+                {4.0, "4.0"},  {2.05, "2.0"}, {2.15, "2.1"}, {-1.25, "-1.2"}, {1e6, "1000000.0"}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.value);
+        EXPECT_EQ(formatOneDecimal(row.value), QLatin1StringView(row.expected));
+    }
+}

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <string>
 
 std::optional<qint64> Vantora::parseInteger(QStringView text)
@@ -51,4 +52,76 @@ QString Vantora::shortestText(double value)
     if (!exponent && !text.contains(u'.'))
         text.append(QLatin1StringView(".0"));
     return text;
+}
+
+QString Vantora::formatDecimal(double value, int minFractionDigits, int maxFractionDigits)
+{
+    if (std::isnan(value))
+        return QStringLiteral("NaN");
+    if (std::isinf(value))
+        return value < 0 ? QStringLiteral("-\u221E") : QStringLiteral("\u221E");
+
+    // The shortest round-trip digits, as d.ddde±x, give the decimal value to round.
+    char buffer[64];
+    const auto written = std::to_chars(buffer, buffer + sizeof buffer, std::fabs(value),
+                                       std::chars_format::scientific);
+    const std::string_view text(buffer, static_cast<size_t>(written.ptr - buffer));
+    const size_t e = text.find('e');
+    std::string digits(1, text[0]);
+    if (e > 1)
+        digits.append(text.substr(2, e - 2));
+    const int exponent = std::atoi(text.data() + e + 1);
+
+    // digits[0] has weight 10^exponent; keep those down to 10^-maxFractionDigits, prefixing
+    // zeros so that the whole part has at least one digit.
+    const int wholeDigits = exponent + 1;
+    if (wholeDigits < 1)
+        digits.insert(0, static_cast<size_t>(1 - wholeDigits), '0');
+    const size_t point = static_cast<size_t>(std::max(wholeDigits, 1));
+    const size_t keep = point + static_cast<size_t>(maxFractionDigits);
+    if (digits.size() < keep)
+        digits.append(keep - digits.size(), '0');
+    if (digits.size() > keep) {
+        const char first = digits[keep];
+        const bool rest = digits.find_first_not_of('0', keep + 1) != std::string::npos;
+        const bool odd = (digits[keep - 1] - '0') % 2 == 1;
+        digits.resize(keep);
+        if (first > '5' || (first == '5' && (rest || odd))) {
+            size_t i = keep;
+            while (i > 0 && digits[i - 1] == '9')
+                digits[--i] = '0';
+            if (i == 0)
+                digits.insert(0, 1, '1');
+            else
+                ++digits[i - 1];
+        }
+    }
+    const size_t wholeEnd = digits.size() - static_cast<size_t>(maxFractionDigits);
+    std::string fraction = digits.substr(wholeEnd);
+    while (fraction.size() > static_cast<size_t>(minFractionDigits) && fraction.back() == '0')
+        fraction.pop_back();
+
+    std::string whole = digits.substr(0, wholeEnd);
+    const size_t firstDigit = std::min(whole.find_first_not_of('0'), whole.size() - 1);
+    whole.erase(0, firstDigit);
+    std::string result = std::signbit(value) ? "-" : "";
+    for (size_t i = 0; i < whole.size(); ++i) {
+        if (i > 0 && (whole.size() - i) % 3 == 0)
+            result.push_back(',');
+        result.push_back(whole[i]);
+    }
+    if (!fraction.empty())
+        result.append(".").append(fraction);
+    return QString::fromLatin1(result.data(), static_cast<qsizetype>(result.size()));
+}
+
+QString Vantora::formatOneDecimal(double value)
+{
+    if (!std::isfinite(value))
+        return std::isnan(value) ? QStringLiteral("nan")
+                                 : (value < 0 ? QStringLiteral("-inf") : QStringLiteral("inf"));
+    char buffer[400];
+    const auto written =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 1);
+    return QString::fromLatin1(buffer, written.ptr - buffer);
 }

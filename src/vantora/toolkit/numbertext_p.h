@@ -17,4 +17,14 @@ std::optional<qint64> parseInteger(QStringView text);
 /// 1e-4 and above 2^54 ("1e-05", "1e+20"). Never depends on the locale.
 QString shortestText(double value);
 
+/// A number as the cards show it: digits rounded half-to-even on the shortest decimal form of the
+/// value (0.25 → "0.2", 0.15 → "0.2"), between `minFractionDigits` and `maxFractionDigits` after
+/// ".", the whole part in groups of three separated by "," ("1,234.5"), never an exponent. The
+/// same on every device locale: ASCII digits and "-", "NaN" and "∞" for what is not a number.
+QString formatDecimal(double value, int minFractionDigits, int maxFractionDigits);
+
+/// One decimal as C's "%.01f" writes it in the POSIX locale: the exact binary value rounded half
+/// to even (3.25 → "3.2", 3.8 → "3.8"), no grouping.
+QString formatOneDecimal(double value);
+
 } // namespace Vantora
