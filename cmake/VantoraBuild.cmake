@@ -37,3 +37,26 @@ function(vantora_add_layer name)
   list(TRANSFORM arg_PUBLIC_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
   set_property(GLOBAL APPEND PROPERTY VANTORA_PUBLIC_HEADERS ${arg_PUBLIC_HEADERS})
 endfunction()
+
+# vantora_add_qml_module(<target> URI <uri> QML_FILES ... [other qt_add_qml_module arguments])
+# A QML module on a layer target, its resources under /qt/qml on every Qt version, registered by
+# the loader rather than a plugin. The C++ that qmlcachegen writes for the QML files is compiled
+# without our warnings, which it does not meet.
+function(vantora_add_qml_module target)
+  cmake_parse_arguments(arg "" "URI" "QML_FILES" ${ARGN})
+  string(REPLACE "." "/" uri_path ${arg_URI})
+  qt_add_qml_module(${target}
+    URI ${arg_URI}
+    VERSION 1.0
+    RESOURCE_PREFIX /qt/qml
+    OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/qml/${uri_path}
+    NO_PLUGIN
+    QML_FILES ${arg_QML_FILES}
+    ${arg_UNPARSED_ARGUMENTS})
+  set(generated ${CMAKE_CURRENT_BINARY_DIR}/.rcc/qmlcache/${target}_qmlcache_loader.cpp)
+  foreach(file IN LISTS arg_QML_FILES)
+    string(REGEX REPLACE "[/.]" "_" mangled ${file})
+    list(APPEND generated ${CMAKE_CURRENT_BINARY_DIR}/.rcc/qmlcache/${target}_${mangled}.cpp)
+  endforeach()
+  set_source_files_properties(${generated} PROPERTIES COMPILE_OPTIONS -w)
+endfunction()

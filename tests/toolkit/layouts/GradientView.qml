@@ -1,0 +1,5 @@
+import QtQuick
+
+// A layout whose root is not the class it is named after.
+Item {
+}

@@ -1,0 +1,97 @@
+#include "vantora/toolkit/focustvbutton_p.h"
+#include "vantora/toolkit/gradientview_p.h"
+#include "vantora/toolkit/imageview_p.h"
+#include "vantora/toolkit/outlets_p.h"
+#include "vantora/toolkit/viewloader_p.h"
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace Vantora;
+
+namespace {
+
+// A view that binds the outlets of whatever layout it is the root of.
+class OutletProbe : public QQuickItem
+{
+    Q_OBJECT
+public:
+    QPointer<QQuickItem> titleLabel;
+    QPointer<QQuickItem> required;
+
+protected:
+    void componentComplete() override
+    {
+        QQuickItem::componentComplete();
+        Outlets outlets(this);
+        outlets.bindOptional(titleLabel, "titleLabel");
+        if (property("needs").toBool())
+            outlets.bind(required, "needed");
+    }
+};
+
+std::unique_ptr<QObject> create(const QByteArray &qml)
+{
+    QQmlComponent component(&sharedEngine());
+    component.setData("import QtQuick\nimport Vantora.Toolkit\nimport Probes\n" + qml, QUrl());
+    std::unique_ptr<QObject> object(component.create());
+    EXPECT_TRUE(object) << component.errorString().toStdString();
+    return object;
+}
+
+class ViewLoader : public testing::Test
+{
+protected:
+    static void SetUpTestSuite() { qmlRegisterType<OutletProbe>("Probes", 1, 0, "OutletProbe"); }
+};
+
+} // namespace
+
+TEST_F(ViewLoader, createsEveryToolkitViewFromItsLayout)
+{
+    std::unique_ptr<FocusTvButton> button(fromNib<FocusTvButton>());
+    ASSERT_NE(button, nullptr);
+    EXPECT_NE(button->gradientView(), nullptr);
+    EXPECT_NE(button->titleLabel(), nullptr);
+    EXPECT_NE(button->imageView(), nullptr);
+    EXPECT_GT(button->implicitWidth(), 0);
+    std::unique_ptr<FocusTvButton> second(fromNib<FocusTvButton>());
+    EXPECT_NE(second.get(), button.get()) << "a new view each time";
+}
+
+TEST_F(ViewLoader, outletsComeOnlyFromTheViewsOwnLayout)
+{
+    // The button inside has a "titleLabel" of its own; it must not answer for the probe.
+    auto nested = create("OutletProbe { FocusTvButton {} }");
+    EXPECT_EQ(static_cast<OutletProbe *>(nested.get())->titleLabel, nullptr);
+
+    auto own = create("OutletProbe { FocusTvButton {} Item { Text { objectName: \"titleLabel\"; "
+                      "text: \"mine\" } } }");
+    auto *probe = static_cast<OutletProbe *>(own.get());
+    ASSERT_NE(probe->titleLabel, nullptr);
+    EXPECT_EQ(probe->titleLabel->property("text").toString(), QStringLiteral("mine"));
+}
+
+using ViewLoaderDeathTest = ViewLoader;
+
+TEST_F(ViewLoaderDeathTest, aBrokenLayoutIsFatalAndSaysWhichView)
+{
+    EXPECT_DEATH(fromNib<OutletProbe>(), "OutletProbe: no layout OutletProbe.qml in the library");
+    EXPECT_DEATH(fromNib<GradientView>(),
+                 "GradientView: the root of GradientView.qml is a QQuickItem");
+    EXPECT_DEATH(fromNib<ImageView>(), "ImageView: its layout does not load: .*undefinedProperty");
+    EXPECT_DEATH(create("OutletProbe { property bool needs: true }"),
+                 "OutletProbe: outlet 'needed' missing");
+    EXPECT_DEATH(
+        create("OutletProbe { property bool needs: true; Timer { objectName: \"needed\" } }"),
+        "OutletProbe: outlet 'needed' is a QQmlTimer, not a QQuickItem");
+    EXPECT_DEATH(create("FocusTvButtonBase { GradientView { objectName: \"gradientView\" } }"),
+                 "FocusTvButton: outlet 'titleLabel' missing");
+}
+
+#include "tst_viewloader.moc"
