@@ -20,6 +20,7 @@ namespace {
 class OutletProbe : public QQuickItem
 {
     Q_OBJECT
+    Q_CLASSINFO("VantoraView", "")
 public:
     QPointer<QQuickItem> titleLabel;
     QPointer<QQuickItem> required;

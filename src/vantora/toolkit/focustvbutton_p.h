@@ -33,6 +33,7 @@ class FocusTvButton : public QQuickItem
     Q_OBJECT
     // In QML, FocusTvButton is the layout (FocusTvButton.qml), whose root is this class.
     QML_NAMED_ELEMENT(FocusTvButtonBase)
+    Q_CLASSINFO("VantoraView", "")
     Q_PROPERTY(
         QColor selectedBackgroundColor MEMBER selectedBackgroundColor NOTIFY lookChanged FINAL)
     Q_PROPERTY(QColor selectedBackgroundEndColor MEMBER selectedBackgroundEndColor NOTIFY

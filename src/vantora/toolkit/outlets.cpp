@@ -3,23 +3,35 @@
 #include "vantora/toolkit/fatal_p.h"
 #include "vantora/toolkit/viewloader_p.h"
 
-#include <QQmlContext>
-#include <QQmlEngine>
+#include <QObject>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace Vantora {
 
+bool Outlets::isView(const QObject *object)
+{
+    return object->metaObject()->indexOfClassInfo("VantoraView") != -1;
+}
+
+// An item belongs to the view unless another view stands between them: a nested view's items
+// are that view's outlets, not this one's.
+bool Outlets::belongsToView(const QObject *item) const
+{
+    for (const QObject *up = item->parent(); up && up != m_view; up = up->parent()) {
+        if (isView(up))
+            return false;
+    }
+    return true;
+}
+
 QObject *Outlets::find(const char *name, const QMetaObject &type, bool required) const
 {
     const QString objectName = QString::fromLatin1(name);
-    // An item declared in the view's layout lives in a context whose object is the view; the
-    // items of a nested view's own layout live in that view's context.
     QObject *found = nullptr;
     const QList<QObject *> candidates = m_view->findChildren<QObject *>(objectName);
     for (QObject *candidate : candidates) {
-        const QQmlContext *context = qmlContext(candidate);
-        if (context && context->contextObject() == m_view) {
+        if (belongsToView(candidate)) {
             found = candidate;
             break;
         }

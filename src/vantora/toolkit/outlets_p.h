@@ -15,9 +15,10 @@ namespace Vantora {
 ///                 .bind(m_timerView, "timerView")
 ///                 .bindOptional(m_separator, "separator");
 ///
-/// Only the items declared in the view's own layout count: a nested view's items never answer
-/// for it. A required outlet that is missing or of another type is a broken layout: fatal, naming
-/// the view and the outlet.
+/// A view marks its class with `Q_CLASSINFO("VantoraView", "")`; the items inside a nested view
+/// (a button in a card) are that view's outlets and never answer for the outer one. A required
+/// outlet that is missing or of another type is a broken layout: fatal, naming the view and the
+/// outlet.
 class Outlets
 {
 public:
@@ -37,7 +38,10 @@ public:
         return *this;
     }
 
+    static bool isView(const QObject *object);
+
 private:
+    bool belongsToView(const QObject *item) const;
     QObject *find(const char *name, const QMetaObject &type, bool required) const;
 
     QObject *m_view;
