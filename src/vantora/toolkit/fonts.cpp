@@ -1,6 +1,7 @@
 #include "vantora/toolkit/fonts_p.h"
 
 #include <QDir>
+#include <QFont>
 #include <QFontDatabase>
 
 namespace Vantora {
@@ -25,6 +26,9 @@ int registerFontsIfNeeded()
             != -1) // one bad file is skipped
             ++count;
     }
+    // Sponsors' markup names the television platform's system fonts; ours stands in for them.
+    for (const char *family : {"-apple-system", "HelveticaNeue", "Helvetica Neue"})
+        QFont::insertSubstitution(QString::fromLatin1(family), QString::fromLatin1(cardFontFamily));
     registered = true;
     return count;
 }

@@ -1,0 +1,10 @@
+#pragma once
+
+class QQuickItem;
+
+namespace Vantora {
+
+/// Puts `child` in `parent`, covering it, and keeps it covering it as the parent resizes.
+void fillParent(QQuickItem *child, QQuickItem *parent);
+
+} // namespace Vantora

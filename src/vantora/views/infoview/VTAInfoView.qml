@@ -1,0 +1,118 @@
+import QtQuick
+import Vantora
+import Vantora.Toolkit
+
+// Time left, points and level on the left; the account and close buttons on the right.
+VTAInfoViewBase {
+    id: bar
+
+    width: 760
+    height: 112
+
+    readonly property color captionColor: "#B3FFFFFF"
+
+    component Caption: Text {
+        color: bar.captionColor
+        font.family: "Roboto"
+        font.pixelSize: 20
+        font.weight: Font.Medium
+        font.letterSpacing: 1.5
+    }
+
+    component Value: Text {
+        color: "white"
+        font.family: "Roboto"
+        font.pixelSize: 38
+        font.weight: Font.Bold
+    }
+
+    Row {
+        anchors.left: parent.left
+        anchors.leftMargin: 32
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 28
+
+        Column {
+            objectName: "timerView"
+            anchors.verticalCenter: parent.verticalCenter
+            width: 96
+
+            Value {
+                objectName: "timerLabel1"
+                anchors.horizontalCenter: parent.horizontalCenter
+                font.pixelSize: 46
+                text: "0"
+            }
+            Caption {
+                objectName: "timerLabel2"
+                anchors.horizontalCenter: parent.horizontalCenter
+                text: "SEC"
+            }
+        }
+
+        Rectangle {
+            objectName: "separator"
+            anchors.verticalCenter: parent.verticalCenter
+            width: 2
+            height: 64
+            radius: 1
+            color: bar.captionColor
+        }
+
+        Row {
+            objectName: "pointsView"
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 40
+
+            Column {
+                Caption {
+                    objectName: "pointsHeaderLabel"
+                    text: "POINTS"
+                }
+                Value {
+                    objectName: "pointsLabel"
+                    text: "0"
+                }
+            }
+            Column {
+                Caption {
+                    objectName: "levelHeaderLabel"
+                    text: "LEVEL"
+                }
+                Value {
+                    objectName: "levelLabel"
+                    text: "0"
+                }
+            }
+        }
+    }
+
+    Row {
+        anchors.right: parent.right
+        anchors.rightMargin: 28
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 20
+
+        FocusTvButton {
+            id: accountButton
+            objectName: "accountButton"
+            KeyNavigation.right: closeButton
+            width: 168
+            height: 64
+            title: "Account"
+            cornerRadius: 32
+            normalBackgroundColor: "#33FFFFFF"
+            focusedBackgroundColor: "#E53935"
+        }
+        FocusTvButton {
+            id: closeButton
+            objectName: "closeButton"
+            width: 64
+            height: 64
+            title: "\u2715"
+            cornerRadius: 32
+            normalBackgroundColor: "#33FFFFFF"
+            focusedBackgroundColor: "#E53935"
+        }
+    }
+}

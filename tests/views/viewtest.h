@@ -1,0 +1,89 @@
+#pragma once
+
+#include "memorytransport.h"
+#include "testsupport.h"
+#include "vantora/service/vtaservicemanager_p.h"
+#include "vantora/toolkit/viewloader_p.h"
+#include "vantora/toolkit/virtualtimescheduler_p.h"
+#include "vantora/views/interactiondelegate_p.h"
+#include "vantora/views/interactionview/vtainteractionview_p.h"
+
+#include <QQuickWindow>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+// An overlay stand-in that writes down every call a card makes.
+class RecordingDelegate : public QObject, public Vantora::InteractionDelegate
+{
+    Q_OBJECT
+    Q_INTERFACES(Vantora::InteractionDelegate)
+
+public:
+    QStringList calls;
+
+    void closeInteraction(VTAInteractionView *, bool fromButton) override
+    {
+        calls.append(fromButton ? QStringLiteral("close(button)")
+                                : QStringLiteral("close(no button)"));
+    }
+    Vantora::VTAServiceManager::Completion<Vantora::AnswerTriviaResponse>
+    didSelectTriviaAnswer(const QString &, const QString &) override
+    {
+        return {};
+    }
+    Vantora::VTAServiceManager::Completion<Vantora::AnswerPollResponse>
+    didSelectPollAnswer(const QString &, const QString &, const QString &) override
+    {
+        return {};
+    }
+    Vantora::VTAServiceManager::Completion<Vantora::AnswerRatingResponse>
+    didSelectRatingAnswer(qint64, const QString &) override
+    {
+        return {};
+    }
+    void didEndPoll() override { calls.append(QStringLiteral("didEndPoll")); }
+    std::optional<QString> userToken() const override { return QStringLiteral("token"); }
+    QString channelID() const override { return QStringLiteral("ch1"); }
+    QString broadcaster() const override { return QStringLiteral("bc"); }
+    void handleInteractionCompleted(bool) override { }
+    void sendAnalyticsEvent(const Vantora::AnalyticsInfo &, const QString &type,
+                            bool isActivity) override
+    {
+        calls.append(QStringLiteral("analytics(%1, %2)")
+                         .arg(type, isActivity ? QStringLiteral("activity") : QStringLiteral("-")));
+    }
+};
+
+// A card on a shown 1080p window, in virtual time, with an in-memory backend for its images.
+class CardTest : public testing::Test
+{
+protected:
+    CardTest()
+    {
+        auto transport = std::make_unique<Vantora::TestSupport::MemoryTransport>();
+        backend = transport.get();
+        Vantora::VTAServiceManager::shared().setTransport(std::move(transport));
+        Vantora::VTAServiceManager::shared().setEnvironment(
+            VTAEnvironment(QStringLiteral("https://api.example.com/userApi"),
+                           QStringLiteral("https://media.example.com"), QStringLiteral("k"),
+                           QStringLiteral("us2"), QStringLiteral("test3")));
+        window.resize(1920, 1080);
+        card.reset(Vantora::fromNib<VTAInteractionView>());
+        card->setParentItem(window.contentItem());
+        card->setX(1920 - card->width() - 60);
+        card->setY(100);
+        card->setDelegate(&overlay);
+        window.show();
+        clock.runPending();
+    }
+
+    QString text(QQuickItem *label) const { return label->property("text").toString(); }
+
+    Vantora::VirtualTimeScheduler clock;
+    Vantora::TestSupport::MemoryTransport *backend = nullptr;
+    RecordingDelegate overlay;
+    QQuickWindow window;
+    std::unique_ptr<VTAInteractionView> card;
+};
