@@ -60,6 +60,10 @@ TEST_F(PromotionTest, theTextAreaTakesTheBackgroundItsTextStartsWith)
             ->textView();
     EXPECT_EQ(text->backgroundColor(), QColor(0xFF, 0xC1, 0x07));
     EXPECT_GT(text->implicitHeight(), 30);
+    EXPECT_EQ(textPromotion(QStringLiteral("<div style=\"background-color: #3949AB\">Sale</div>"))
+                  ->textView()
+                  ->backgroundColor(),
+              QColor(0x39, 0x49, 0xAB));
     EXPECT_EQ(textPromotion(QStringLiteral("Plain"))->textView()->backgroundColor(),
               QColor(Qt::transparent));
 }

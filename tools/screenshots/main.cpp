@@ -7,14 +7,18 @@
 #include "vantora/toolkit/focustvbutton_p.h"
 #include "vantora/toolkit/viewloader_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
+#include "vantora/views/interactionview/vtainteractionview_p.h"
 
 #include <QDir>
 #include <QGuiApplication>
+#include <QPainter>
 #include <QQuickItem>
 #include <QQuickWindow>
 
 #include <chrono>
 #include <cstdio>
+#include <memory>
+#include <string>
 
 using namespace Vantora;
 using namespace std::chrono_literals;
@@ -76,6 +80,68 @@ bool buttons(Gallery &gallery)
     return ok;
 }
 
+// A sponsor's picture, drawn here, as the backend would serve one.
+QImage sponsorPicture()
+{
+    QImage image(440, 620, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QLinearGradient fill(0, 0, 440, 620);
+    fill.setColorAt(0, QColor(0xFF, 0xC1, 0x07));
+    fill.setColorAt(1, QColor(0xFF, 0x6F, 0x00));
+    painter.setBrush(fill);
+    painter.setPen(Qt::NoPen);
+    painter.drawRoundedRect(image.rect(), 36, 36);
+    painter.setPen(QColor(0x1A, 0x1A, 0x1A));
+    painter.setFont(QFont(QStringLiteral("Roboto"), 44, QFont::Bold));
+    painter.drawText(QRect(0, 180, 440, 80), Qt::AlignCenter, QStringLiteral("ACME SPORTS"));
+    painter.setFont(QFont(QStringLiteral("Roboto"), 24));
+    painter.drawText(QRect(40, 280, 360, 160), Qt::AlignCenter | Qt::TextWordWrap,
+                     QStringLiteral("Official partner of tonight's match"));
+    return image;
+}
+
+// A card as a poll would fill it, with the info bar counting down and a promotion of each kind.
+bool cards(Gallery &gallery)
+{
+    bool ok = true;
+    for (const char *kind : {"none", "display", "flip"}) {
+        std::unique_ptr<VTAInteractionView> card(fromNib<VTAInteractionView>());
+        card->setParentItem(gallery.window.contentItem());
+        card->setPosition(QPointF(1920 - card->width() - 60, 100));
+        card->titleLabel()->setProperty("text", QStringLiteral("Who scores the next goal?"));
+        QList<FocusTvButton *> answers;
+        for (const char *answer : {"Home team", "Away team", "No more goals"}) {
+            auto *button = fromNib<FocusTvButton>();
+            button->setParentItem(card->answerStack());
+            button->setWidth(card->answerStack()->width());
+            button->setTitle(QString::fromLatin1(answer));
+            button->normalBackgroundColor = QColor(255, 255, 255, 40);
+            button->focusedBackgroundColor = *colorFromHex(u"#1E88E5FF");
+            button->updateView();
+            answers.append(button);
+        }
+        card->setTime(75);
+        card->displayTime();
+        card->updatePoints({1234.5, 80, 3});
+        card->applyState(InteractionState::active);
+        card->focusPreferredItem();
+        Promotion promotion;
+        promotion.viewType.value = QString::fromLatin1(kind);
+        promotion.content = QStringLiteral(
+            "<div style=\"background-color: #FFC107; color: #1A1A1A\"><b>Acme Sports</b><br>"
+            "Win tickets to the final: answer now!</div>");
+        card->preparePromotion(promotion);
+        if (PromotionView *view = card->promotionView(); view && view->imageMode())
+            view->imageView()->setImage(sponsorPicture());
+        card->showPromotion(promotion);
+        ok = gallery.save((std::string("card-") + kind).c_str()) && ok;
+        qDeleteAll(answers);
+    }
+    return ok;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -92,5 +158,6 @@ int main(int argc, char *argv[])
         return 1;
     }
     Gallery gallery(QString::fromLocal8Bit(argv[1]));
-    return buttons(gallery) ? 0 : 1;
+    const bool ok = buttons(gallery);
+    return cards(gallery) && ok ? 0 : 1;
 }

@@ -5,6 +5,9 @@ import Vantora.Toolkit
 FocusTvButtonBase {
     id: button
 
+    // The title's size in pixels; small buttons take a smaller one.
+    property int titleSize: 34
+
     implicitWidth: 520
     implicitHeight: 96
 
@@ -28,10 +31,10 @@ FocusTvButtonBase {
         Text {
             objectName: "titleLabel"
             anchors.verticalCenter: parent.verticalCenter
-            width: Math.min(implicitWidth, button.width - 48)
+            width: Math.min(implicitWidth, button.width - 24)
             elide: Text.ElideRight
             font.family: "Roboto"
-            font.pixelSize: 34
+            font.pixelSize: button.titleSize
             font.weight: Font.Medium
         }
     }

@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <string>
 
 std::optional<qint64> Vantora::parseInteger(QStringView text)
@@ -70,7 +69,11 @@ QString Vantora::formatDecimal(double value, int minFractionDigits, int maxFract
     std::string digits(1, text[0]);
     if (e > 1)
         digits.append(text.substr(2, e - 2));
-    const int exponent = std::atoi(text.data() + e + 1);
+    int exponent = 0;
+    const char *exponentStart = text.data() + e + 1;
+    if (*exponentStart == '+')
+        ++exponentStart; // from_chars takes "-" only
+    std::from_chars(exponentStart, text.data() + text.size(), exponent);
 
     // digits[0] has weight 10^exponent; keep those down to 10^-maxFractionDigits, prefixing
     // zeros so that the whole part has at least one digit.

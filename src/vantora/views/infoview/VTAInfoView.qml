@@ -99,6 +99,7 @@ VTAInfoViewBase {
             KeyNavigation.right: closeButton
             width: 168
             height: 64
+            titleSize: 26
             title: "Account"
             cornerRadius: 32
             normalBackgroundColor: "#33FFFFFF"
@@ -109,6 +110,7 @@ VTAInfoViewBase {
             objectName: "closeButton"
             width: 64
             height: 64
+            titleSize: 28
             title: "\u2715"
             cornerRadius: 32
             normalBackgroundColor: "#33FFFFFF"

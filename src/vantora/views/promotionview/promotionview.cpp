@@ -6,6 +6,8 @@
 #include <QTextBlock>
 #include <QTextCursor>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace Vantora {
@@ -34,9 +36,11 @@ QString PromotionView::markup(const QString &content)
 void PromotionView::configureForText(const Promotion &promotion, bool /*flip*/)
 {
     m_imageMode = false;
-    m_textView = new RichTextView;
-    fillParent(m_textView, this);
+    m_textView = new RichTextView(this);
+    connect(this, &QQuickItem::widthChanged, m_textView, [this] { layOutText(); });
+    connect(this, &QQuickItem::heightChanged, m_textView, [this] { layOutText(); });
     QTextDocument &document = m_textView->document();
+    document.setDocumentMargin(12);
     document.setHtml(markup(promotion.content));
 
     // A content that ends in a paragraph or a break leaves empty lines at the end: drop two.
@@ -52,10 +56,23 @@ void PromotionView::configureForText(const Promotion &promotion, bool /*flip*/)
 
     QTextCursor first(&document);
     first.movePosition(QTextCursor::NextCharacter, QTextCursor::KeepAnchor);
-    const QBrush background = first.charFormat().background();
+    // The background the text starts on: its own, or that of the paragraph it starts in.
+    QBrush background = first.charFormat().background();
+    if (background.style() == Qt::NoBrush)
+        background = document.firstBlock().blockFormat().background();
     if (background.style() != Qt::NoBrush)
         m_textView->setBackgroundColor(background.color());
+    layOutText();
+}
+
+// Full width, as tall as the text (at most the view), centred vertically.
+void PromotionView::layOutText()
+{
+    m_textView->setWidth(width());
     m_textView->documentChanged();
+    const qreal height = std::min(m_textView->implicitHeight(), this->height());
+    m_textView->setHeight(height);
+    m_textView->setY((this->height() - height) / 2);
 }
 
 } // namespace Vantora

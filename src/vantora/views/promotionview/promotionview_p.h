@@ -37,6 +37,8 @@ public:
     static QString markup(const QString &content);
 
 private:
+    void layOutText();
+
     QPointer<RichTextView> m_textView;
     QPointer<ImageView> m_imageView;
     bool m_imageMode = false;
