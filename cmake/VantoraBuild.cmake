@@ -51,6 +51,7 @@ function(vantora_add_qml_module target)
     RESOURCE_PREFIX /qt/qml
     OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/qml/${uri_path}
     NO_PLUGIN
+    DEPENDENCIES QtQuick
     QML_FILES ${arg_QML_FILES}
     ${arg_UNPARSED_ARGUMENTS})
   set(generated ${CMAKE_CURRENT_BINARY_DIR}/.rcc/qmlcache/${target}_qmlcache_loader.cpp)

@@ -9,10 +9,8 @@ VTAInfoViewBase {
     width: 760
     height: 112
 
-    readonly property color captionColor: "#B3FFFFFF"
-
     component Caption: Text {
-        color: bar.captionColor
+        color: "#B3FFFFFF"
         font.family: "Roboto"
         font.pixelSize: 20
         font.weight: Font.Medium
@@ -56,7 +54,7 @@ VTAInfoViewBase {
             width: 2
             height: 64
             radius: 1
-            color: bar.captionColor
+            color: "#B3FFFFFF"
         }
 
         Row {
