@@ -6,6 +6,7 @@ namespace Vantora {
 
 void fillParent(QQuickItem *child, QQuickItem *parent)
 {
+    child->setParent(parent); // a parent item does not own its children; a parent object does
     child->setParentItem(parent);
     child->setPosition(QPointF(0, 0));
     child->setSize(parent->size());

@@ -4,7 +4,8 @@ class QQuickItem;
 
 namespace Vantora {
 
-/// Puts `child` in `parent`, covering it, and keeps it covering it as the parent resizes.
+/// Puts `child` in `parent`, covering it, and keeps it covering it as the parent resizes. The
+/// parent owns the child from then on.
 void fillParent(QQuickItem *child, QQuickItem *parent);
 
 } // namespace Vantora

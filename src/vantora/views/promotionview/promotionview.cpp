@@ -37,6 +37,7 @@ void PromotionView::configureForText(const Promotion &promotion, bool /*flip*/)
 {
     m_imageMode = false;
     m_textView = new RichTextView(this);
+    m_textView->setParent(this);
     connect(this, &QQuickItem::widthChanged, m_textView, [this] { layOutText(); });
     connect(this, &QQuickItem::heightChanged, m_textView, [this] { layOutText(); });
     QTextDocument &document = m_textView->document();
