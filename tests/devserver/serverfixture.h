@@ -43,6 +43,18 @@ public:
         socket.open(url);
     }
 
+    // Qt 6.4 leaks the close reason when a QWebSocket is destroyed while connected, so the client
+    // says goodbye first.
+    ~RecordingClient()
+    {
+        if (socket.state() == QAbstractSocket::ConnectedState) {
+            socket.close();
+            waitUntil([this] { return socket.state() == QAbstractSocket::UnconnectedState; }, 2000);
+        }
+    }
+    RecordingClient(const RecordingClient &) = delete;
+    RecordingClient &operator=(const RecordingClient &) = delete;
+
     /// The frames with this event name (and channel, when given).
     QList<QJsonObject> events(const QString &event, const QString &channel = {}) const
     {
