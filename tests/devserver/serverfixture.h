@@ -40,6 +40,9 @@ public:
             closeCode = socket.closeCode();
             closeReason = socket.closeReason();
         });
+        QObject::connect(&socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error),
+                         &socket,
+                         [this](QAbstractSocket::SocketError error) { socketError = error; });
         socket.open(url);
     }
 
@@ -94,6 +97,7 @@ public:
     bool closed = false;
     int closeCode = 0;
     QString closeReason;
+    std::optional<QAbstractSocket::SocketError> socketError;
 };
 
 class ServerFixture : public testing::Test

@@ -352,3 +352,76 @@ TEST_F(RealtimeTest, shutdownClosesWithGoingAway)
     ASSERT_TRUE(waitUntil([&] { return client->closed; }));
     EXPECT_EQ(client->closeCode, 1001);
 }
+
+TEST_F(RealtimeTest, hooksLetClientTestsMeetADifficultServer)
+{
+    const auto hook = [&](const QString &operation, const QJsonObject &body) {
+        return http("POST", url(u"/admin/realtime/"_s + operation),
+                    QJsonDocument(body).toJson(QJsonDocument::Compact));
+    };
+    auto a = connectClient();
+    auto b = connectClient();
+    auto c = connectClient();
+    for (auto *client : {a.get(), b.get(), c.get()})
+        ASSERT_TRUE(client->waitForEvent(u"pusher:connection_established"_s));
+    ASSERT_TRUE(a->subscribe(u"CH_1001"_s));
+    const auto socketOf = [](RecordingClient &client) {
+        return dataOf(client.frames[0]).value("socket_id"_L1).toString();
+    };
+
+    const QJsonArray listed =
+        QJsonDocument::fromJson(http("GET", url(u"/admin/realtime/connections"_s)).body).array();
+    ASSERT_EQ(listed.size(), 3);
+    for (const QJsonValue &entry : listed) {
+        if (entry["socket_id"_L1].toString() == socketOf(*a)) {
+            EXPECT_EQ(entry["channels"_L1].toArray(), QJsonArray{u"CH_1001"_s});
+        }
+    }
+
+    EXPECT_EQ(
+        hook(u"send"_s, {{u"socket_id"_s, socketOf(*a)}, {u"frame"_s, u"{\"event\":\"raw\"}"_s}})
+            .status,
+        200);
+    ASSERT_TRUE(a->waitForEvent(u"raw"_s));
+    EXPECT_EQ(a->events(u"raw"_s)[0], jsonObject("{\"event\":\"raw\"}"));
+
+    EXPECT_EQ(hook(u"close"_s,
+                   {{u"socket_id"_s, socketOf(*b)},
+                    {u"code"_s, 4200},
+                    {u"reason"_s, u"generic reconnect"_s}})
+                  .status,
+              200);
+    ASSERT_TRUE(waitUntil([&] { return b->closed; }));
+    EXPECT_EQ(b->closeCode, 4200);
+    EXPECT_EQ(b->closeReason, u"generic reconnect"_s);
+    EXPECT_FALSE(b->socketError);
+
+    EXPECT_EQ(hook(u"drop"_s, {{u"socket_id"_s, socketOf(*c)}}).status, 200);
+    ASSERT_TRUE(waitUntil([&] { return c->closed; }));
+    EXPECT_EQ(c->socketError, QAbstractSocket::RemoteHostClosedError); // no close frame came
+
+    EXPECT_EQ(hook(u"close"_s, {{u"socket_id"_s, u"1.1"_s}, {u"code"_s, 4200}}).status, 404);
+    EXPECT_EQ(hook(u"close"_s, {{u"socket_id"_s, socketOf(*a)}, {u"code"_s, 1006}}).status, 400);
+    EXPECT_EQ(hook(u"quirks"_s, {{u"answerPings"_s, u"no"_s}}).status, 400);
+
+    // Later connections: a handshake that never comes, then one with another activity timeout
+    // whose pusher:ping goes unanswered.
+    EXPECT_EQ(hook(u"quirks"_s, {{u"handshakeDelayMs"_s, -1}}).status, 200);
+    auto silent = connectClient();
+    ASSERT_TRUE(
+        waitUntil([&] { return silent->socket.state() == QAbstractSocket::ConnectedState; }));
+    EXPECT_EQ(
+        hook(u"quirks"_s,
+             {{u"handshakeDelayMs"_s, 50}, {u"answerPings"_s, false}, {u"activityTimeout"_s, 7}})
+            .status,
+        200);
+    auto late = connectClient();
+    ASSERT_TRUE(late->waitForEvent(u"pusher:connection_established"_s));
+    EXPECT_EQ(dataOf(late->frames[0]).value("activity_timeout"_L1).toInt(), 7);
+    late->send({{u"event"_s, u"pusher:ping"_s}, {u"data"_s, QJsonObject{}}});
+    a->send({{u"event"_s, u"pusher:ping"_s}, {u"data"_s, QJsonObject{}}});
+    QTest::qWait(200);
+    EXPECT_TRUE(late->events(u"pusher:pong"_s).isEmpty());
+    EXPECT_TRUE(a->events(u"pusher:pong"_s).isEmpty());
+    EXPECT_TRUE(silent->frames.isEmpty());
+}

@@ -121,9 +121,80 @@ HttpReply Admin::publish(const StreamerInfo &channel, const QString &event, cons
         {u"event"_s, event}, {u"channel"_s, name}, {u"data"_s, data}, {u"delivered"_s, delivered}});
 }
 
+HttpReply Admin::realtime(QByteArrayView method, const QString &operation, QByteArrayView body)
+{
+    if (operation == "/connections"_L1) {
+        if (method != "GET")
+            return HttpReply::error(405, u"/admin/realtime/connections takes GET"_s);
+        QJsonArray list;
+        for (const PusherHub::ConnectionInfo &connection : m_hub.connections()) {
+            list.append(
+                QJsonObject{{u"socket_id"_s, connection.socketId},
+                            {u"channels"_s, QJsonArray::fromStringList(connection.channels)}});
+        }
+        return json(list);
+    }
+    static const QStringList writes{u"/close"_s, u"/drop"_s, u"/send"_s, u"/quirks"_s};
+    if (!writes.contains(operation))
+        return HttpReply::error(404, u"no admin operation /realtime"_s + operation);
+    if (method != "POST")
+        return HttpReply::error(405, u"/admin/realtime"_s + operation + u" takes POST"_s);
+    const QJsonDocument document = QJsonDocument::fromJson(body.toByteArray());
+    if (!document.isObject())
+        return HttpReply::error(400, u"body: expected a JSON object"_s);
+    const QJsonObject request = document.object();
+
+    if (operation == "/quirks"_L1) {
+        PusherHub::Quirks quirks = m_hub.quirks();
+        const QJsonValue delay = request.value("handshakeDelayMs"_L1);
+        const QJsonValue pings = request.value("answerPings"_L1);
+        const QJsonValue activity = request.value("activityTimeout"_L1);
+        if (!delay.isUndefined() && (!delay.isDouble() || delay.toInt(-2) < -1))
+            return HttpReply::error(400, u"handshakeDelayMs: expected -1 (never) or more"_s);
+        if (!pings.isUndefined() && !pings.isBool())
+            return HttpReply::error(400, u"answerPings: expected true or false"_s);
+        if (!activity.isUndefined() && (!activity.isDouble() || activity.toInt(-1) < 0))
+            return HttpReply::error(400, u"activityTimeout: expected seconds, 0 for the usual"_s);
+        quirks.handshakeDelayMs = delay.isUndefined() ? quirks.handshakeDelayMs : delay.toInt();
+        quirks.answerPings = pings.isUndefined() ? quirks.answerPings : pings.toBool();
+        quirks.activityTimeoutSeconds =
+            activity.isUndefined() ? quirks.activityTimeoutSeconds : activity.toInt();
+        m_hub.setQuirks(quirks);
+        return json(QJsonObject{{u"handshakeDelayMs"_s, quirks.handshakeDelayMs},
+                                {u"answerPings"_s, quirks.answerPings},
+                                {u"activityTimeout"_s, quirks.activityTimeoutSeconds}});
+    }
+
+    const QString socketId = request.value("socket_id"_L1).toString();
+    bool found = false;
+    if (operation == "/close"_L1) {
+        const QJsonValue code = request.value("code"_L1);
+        // 1000 and the ranges an application may send; 1005 and 1006 never travel in a frame.
+        const int number = code.toInt(-1);
+        if (!code.isDouble()
+            || !(number == 1000 || (number >= 1001 && number <= 1003)
+                 || (number >= 1007 && number <= 1011) || (number >= 3000 && number <= 4999)))
+            return HttpReply::error(400, u"code: expected a websocket close code"_s);
+        found = m_hub.closeConnection(socketId, number, request.value("reason"_L1).toString());
+    } else if (operation == "/drop"_L1) {
+        found = m_hub.dropConnection(socketId);
+    } else {
+        const QJsonValue frame = request.value("frame"_L1);
+        if (!frame.isString())
+            return HttpReply::error(400, u"frame: expected the text to send"_s);
+        found = m_hub.sendRaw(socketId, frame.toString());
+    }
+    if (!found)
+        return HttpReply::error(404, u"no connection with socket_id "_s + socketId);
+    return json(QJsonObject{{u"socket_id"_s, socketId}});
+}
+
 HttpReply Admin::handle(QByteArrayView method, const QString &path, const QUrlQuery &query,
                         QByteArrayView body, qint64 now)
 {
+    if (path.startsWith("/realtime/"_L1))
+        return realtime(method, path.sliced(9), body);
+
     static const QStringList reads{u"/channels"_s, u"/viewers"_s, u"/answers"_s, u"/totals"_s};
     static const QStringList writes{u"/inject"_s, u"/streamer-info"_s, u"/stop-poll"_s,
                                     u"/settle"_s, u"/refresh"_s};

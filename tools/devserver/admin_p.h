@@ -20,6 +20,15 @@
 //   POST /admin/settle        {"channel","poll","answer","winAmount"}   pays the winners, pollWin
 //   POST /admin/refresh       {"channel"}
 //
+// Realtime test hooks, for clients' tests (a connection is named by its socket_id):
+//   GET  /admin/realtime/connections        [{"socket_id", "channels"}]
+//   POST /admin/realtime/close              {"socket_id","code","reason"?}   close frame
+//   POST /admin/realtime/drop               {"socket_id"}   TCP ends without a close frame
+//   POST /admin/realtime/send               {"socket_id","frame"}   one raw text frame
+//   POST /admin/realtime/quirks             {"handshakeDelayMs"?: -1 never, "answerPings"?,
+//                                            "activityTimeout"?}   for later connections
+// (Websocket ping frames are always answered: Qt does that below us.)
+//
 // Every POST publishes one event on the channel "CH_<channel id>" and replies with what it sent:
 // {"event": "injectPoll", "channel": "CH_42", "data": {...}, "delivered": <frames sent>}.
 
@@ -55,6 +64,7 @@ public:
 
 private:
     HttpReply publish(const StreamerInfo &channel, const QString &event, const QJsonObject &data);
+    HttpReply realtime(QByteArrayView method, const QString &operation, QByteArrayView body);
 
     const Content &m_content;
     Store &m_store;

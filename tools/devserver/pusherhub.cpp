@@ -104,7 +104,10 @@ void PusherHub::addConnection(std::unique_ptr<QWebSocket> owned)
         + u'.' + QString::number(++m_nextSocket);
     connection->activity = new QTimer(socket);
     connection->activity->setSingleShot(true);
-    connection->activity->setInterval(m_timing.activityTimeoutSeconds * 1000);
+    const int activityTimeout = m_quirks.activityTimeoutSeconds > 0
+        ? m_quirks.activityTimeoutSeconds
+        : m_timing.activityTimeoutSeconds;
+    connection->activity->setInterval(activityTimeout * 1000);
     connection->pong = new QTimer(socket);
     connection->pong->setSingleShot(true);
     connection->pong->setInterval(m_timing.pongTimeoutMs);
@@ -127,10 +130,16 @@ void PusherHub::addConnection(std::unique_ptr<QWebSocket> owned)
     connect(c->pong, &QTimer::timeout, this,
             [c] { closeWith(c->socket, PongNotReceived, u"Pong reply not received"_s); });
 
-    sendEvent(*c, u"pusher:connection_established"_s,
-              compact(QJsonObject{{u"socket_id"_s, c->socketId},
-                                  {u"activity_timeout"_s, m_timing.activityTimeoutSeconds}}));
-    c->activity->start();
+    const auto establish = [this, c, activityTimeout] {
+        sendEvent(*c, u"pusher:connection_established"_s,
+                  compact(QJsonObject{{u"socket_id"_s, c->socketId},
+                                      {u"activity_timeout"_s, activityTimeout}}));
+        c->activity->start();
+    };
+    if (m_quirks.handshakeDelayMs == 0)
+        establish();
+    else if (m_quirks.handshakeDelayMs > 0)
+        QTimer::singleShot(m_quirks.handshakeDelayMs, socket, establish);
 }
 
 void PusherHub::touch(Connection &connection)
@@ -180,8 +189,11 @@ void PusherHub::handleFrame(Connection &connection, const QString &text)
     if (const QJsonValue raw = document.object().value("data"_L1); raw.isString())
         data = QJsonDocument::fromJson(raw.toString().toUtf8()).object();
 
-    if (name == "pusher:ping"_L1)
-        return sendEvent(connection, u"pusher:pong"_s, u"{}"_s);
+    if (name == "pusher:ping"_L1) {
+        if (m_quirks.answerPings)
+            sendEvent(connection, u"pusher:pong"_s, u"{}"_s);
+        return;
+    }
     if (name == "pusher:pong"_L1)
         return;
     if (name == "pusher:subscribe"_L1 || name == "pusher:unsubscribe"_L1) {
@@ -251,6 +263,52 @@ QStringList PusherHub::occupiedChannels() const
     QStringList channels = m_channels.keys();
     channels.sort();
     return channels;
+}
+
+QWebSocket *PusherHub::socketOf(const QString &socketId) const
+{
+    for (const auto &connection : m_connections) {
+        if (connection->socketId == socketId)
+            return connection->socket;
+    }
+    return nullptr;
+}
+
+QList<PusherHub::ConnectionInfo> PusherHub::connections() const
+{
+    QList<ConnectionInfo> list;
+    for (const auto &connection : m_connections) {
+        QStringList channels(connection->channels.cbegin(), connection->channels.cend());
+        channels.sort();
+        list.append({connection->socketId, channels});
+    }
+    std::sort(list.begin(), list.end(),
+              [](const auto &a, const auto &b) { return a.socketId < b.socketId; });
+    return list;
+}
+
+bool PusherHub::closeConnection(const QString &socketId, int code, const QString &reason)
+{
+    QWebSocket *socket = socketOf(socketId);
+    if (socket)
+        closeWith(socket, code, reason);
+    return socket;
+}
+
+bool PusherHub::dropConnection(const QString &socketId)
+{
+    QWebSocket *socket = socketOf(socketId);
+    if (socket)
+        socket->abort();
+    return socket;
+}
+
+bool PusherHub::sendRaw(const QString &socketId, const QString &frame)
+{
+    QWebSocket *socket = socketOf(socketId);
+    if (socket)
+        socket->sendTextMessage(frame);
+    return socket;
 }
 
 void PusherHub::closeAll()

@@ -51,6 +51,15 @@ public:
         int pongTimeoutMs = 30000;
     };
 
+    /// Misbehaviour on request, so that a client's tests can meet a difficult server. Applies to
+    /// connections made after it is set (pings: at once).
+    struct Quirks
+    {
+        int handshakeDelayMs = 0; ///< -1: never send pusher:connection_established
+        bool answerPings = true; ///< false: pusher:ping gets no pusher:pong
+        int activityTimeoutSeconds = 0; ///< above 0: announced and used instead of the usual
+    };
+
     PusherHub(PusherApp app, Timing timing, QObject *parent = nullptr);
     ~PusherHub() override;
 
@@ -72,6 +81,22 @@ public:
     /// Closes every connection with 1001 (going away); clients reconnect by themselves.
     void closeAll();
 
+    // Test hooks, by socket id; each returns false for an unknown connection.
+    struct ConnectionInfo
+    {
+        QString socketId;
+        QStringList channels;
+    };
+    QList<ConnectionInfo> connections() const;
+    /// A close frame with this code and reason.
+    bool closeConnection(const QString &socketId, int code, const QString &reason);
+    /// The TCP connection ends without a close frame.
+    bool dropConnection(const QString &socketId);
+    /// One text frame, exactly as given.
+    bool sendRaw(const QString &socketId, const QString &frame);
+    void setQuirks(const Quirks &quirks) { m_quirks = quirks; }
+    const Quirks &quirks() const { return m_quirks; }
+
 private:
     struct Connection;
     void handleFrame(Connection &connection, const QString &frame);
@@ -83,7 +108,10 @@ private:
     void drop(QWebSocket *socket);
 
     PusherApp m_app;
+    QWebSocket *socketOf(const QString &socketId) const;
+
     Timing m_timing;
+    Quirks m_quirks;
     QHash<QWebSocket *, std::shared_ptr<Connection>> m_connections;
     QHash<QString, QSet<QWebSocket *>> m_channels;
     quint64 m_nextSocket = 0;
