@@ -33,8 +33,8 @@ function withDeadline(promise, ms, what) {
   return Promise.race([promise, deadline]).finally(() => clearTimeout(timer));
 }
 
-function startServer() {
-  const server = spawn(devserver, ['--port', '0', '--data', dataFolder,
+function startServer(fixedPort = 0) {
+  const server = spawn(devserver, ['--port', String(fixedPort), '--data', dataFolder,
     '--db', path.join(scratch, 'peers.sqlite'), '--app-id', app.appId, '--app-key', app.key,
     '--app-secret', app.secret], { stdio: ['ignore', 'pipe', 'inherit'] });
   const port = new Promise((resolve, reject) => {
@@ -64,10 +64,19 @@ function subscriber(port) {
     received.push({ event, data });
     for (const waiter of waiters.splice(0)) waiter();
   });
+  let subscriptions = 0;
   const subscribed = new Promise((resolve, reject) => {
-    channel.bind('pusher:subscription_succeeded', resolve);
+    channel.bind('pusher:subscription_succeeded', () => {
+      subscriptions += 1;
+      resolve();
+      for (const waiter of waiters.splice(0)) waiter();
+    });
     channel.bind('pusher:subscription_error', reject);
   });
+  const resubscribed = (count) => withDeadline(new Promise((resolve) => {
+    const check = () => { if (subscriptions >= count) resolve(); else waiters.push(check); };
+    check();
+  }), 15000, `subscription number ${count}`);
   const next = (event) => withDeadline(new Promise((resolve) => {
     const check = () => {
       const found = received.find((r) => r.event === event);
@@ -75,7 +84,9 @@ function subscriber(port) {
     };
     check();
   }), 5000, `event ${event}`);
-  return { client, received, subscribed: withDeadline(subscribed, 10000, 'subscription'), next };
+  return {
+    client, received, subscribed: withDeadline(subscribed, 10000, 'subscription'), next, resubscribed,
+  };
 }
 
 const cases = [];
@@ -130,15 +141,27 @@ test('an admin injection reaches pusher-js as the client reads it', async (ctx) 
   });
 });
 
+test('pusher-js comes back by itself after the server is killed and restarted', async (ctx) => {
+  ctx.server.kill('SIGKILL');
+  await new Promise((resolve) => ctx.server.once('exit', resolve));
+  const restarted = startServer(ctx.port);
+  ctx.server = restarted.server;
+  assert.equal(await restarted.port, ctx.port);
+  await ctx.sub.resubscribed(2);
+  await ctx.publisher.trigger('CH_1001', 'afterRestart', { back: true });
+  assert.deepEqual(await ctx.sub.next('afterRestart'), { back: true });
+});
+
 async function main() {
-  const { server, port: portPromise } = startServer();
+  const started = startServer();
+  const ctx = { server: started.server };
   let failed = 0;
   try {
-    const port = await portPromise;
+    const port = await started.port;
     const sub = subscriber(port);
     await sub.subscribed;
     const publisher = new PusherServer({ ...app, host: '127.0.0.1', port: String(port), useTLS: false });
-    const ctx = { port, sub, publisher };
+    Object.assign(ctx, { port, sub, publisher });
     for (const { name, run } of cases) {
       try {
         await run(ctx);
@@ -153,7 +176,7 @@ async function main() {
     failed += 1;
     console.log(`not ok - setting up\n  ${error.stack || error}`);
   } finally {
-    server.kill('SIGKILL');
+    ctx.server.kill('SIGKILL');
     fs.rmSync(scratch, { recursive: true, force: true });
   }
   console.log(failed ? `${failed} of ${cases.length} failed` : `all ${cases.length} passed`);
