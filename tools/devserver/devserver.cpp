@@ -1,0 +1,172 @@
+#include "devserver_p.h"
+
+#include "trigger_p.h"
+#include "vantora/records/jsoncodec_p.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHttpServerRequest>
+#include <QHttpServerResponder>
+#include <QMimeDatabase>
+#include <QRegularExpression>
+#include <QTcpSocket>
+#include <QWebSocket>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace Vantora::DevServer {
+
+namespace {
+
+QByteArray header(const QHttpServerRequest &request, QByteArrayView name)
+{
+    for (const auto &[key, value] : request.headers()) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+QByteArray methodName(QHttpServerRequest::Method method)
+{
+    switch (method) {
+    case QHttpServerRequest::Method::Get:
+        return "GET";
+    case QHttpServerRequest::Method::Post:
+        return "POST";
+    case QHttpServerRequest::Method::Put:
+        return "PUT";
+    case QHttpServerRequest::Method::Delete:
+        return "DELETE";
+    case QHttpServerRequest::Method::Head:
+        return "HEAD";
+    case QHttpServerRequest::Method::Options:
+        return "OPTIONS";
+    case QHttpServerRequest::Method::Patch:
+        return "PATCH";
+    default:
+        return "OTHER";
+    }
+}
+
+bool isWebSocketUpgrade(const QHttpServerRequest &request)
+{
+    return header(request, "upgrade").compare("websocket", Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+Result<std::unique_ptr<DevServer>, QString> DevServer::create(ServerOptions options)
+{
+    auto content = Content::load(options.dataFolder);
+    if (!content)
+        return content.error();
+    auto store = Store::open(options.databaseFile);
+    if (!store)
+        return store.error();
+    if (!options.now)
+        options.now = [] {
+            return QDateTime::currentSecsSinceEpoch();
+        };
+    return std::unique_ptr<DevServer>(
+        new DevServer(std::move(options), std::move(content).value(), std::move(store).value()));
+}
+
+DevServer::DevServer(ServerOptions options, Content content, std::unique_ptr<Store> store)
+    : m_options(std::move(options)), m_content(std::move(content)), m_store(std::move(store))
+{
+    m_backend = std::make_unique<Backend>(m_content, *m_store);
+    m_hub = new PusherHub(m_options.app, m_options.timing, this);
+    m_admin = std::make_unique<Admin>(m_content, *m_store, *m_backend, *m_hub);
+    connect(this, &QAbstractHttpServer::newWebSocketConnection, this, [this] {
+        while (hasPendingWebSocketConnections())
+            m_hub->addConnection(nextPendingWebSocketConnection());
+    });
+}
+
+DevServer::~DevServer() = default;
+
+Result<quint16, QString> DevServer::start(const QHostAddress &address, quint16 port)
+{
+    // QAbstractHttpServer::listen() reports failure as port 0.
+    const quint16 bound = listen(address, port);
+    if (bound == 0)
+        return u"cannot listen on "_s + address.toString() + u':' + QString::number(port);
+    return bound;
+}
+
+bool DevServer::handleRequest(const QHttpServerRequest &request, QTcpSocket *socket)
+{
+    // A websocket upgrade on /app/ is left unanswered: the websocket server takes the socket over
+    // and the hub checks the key and protocol on the connection itself.
+    if (isWebSocketUpgrade(request))
+        return request.url().path().startsWith("/app/"_L1);
+
+    const HttpReply reply = dispatch(request);
+    makeResponder(request, socket)
+        .write(reply.body, {{"Content-Type", reply.contentType}},
+               static_cast<QHttpServerResponder::StatusCode>(reply.status));
+    return true;
+}
+
+void DevServer::missingHandler(const QHttpServerRequest &request, QTcpSocket *socket)
+{
+    const HttpReply reply = HttpReply::error(404, u"nothing at "_s + request.url().path());
+    makeResponder(request, socket)
+        .write(reply.body, reply.contentType, QHttpServerResponder::StatusCode::NotFound);
+}
+
+HttpReply DevServer::dispatch(const QHttpServerRequest &request)
+{
+    const QString path = request.url().path();
+    const QByteArray method = methodName(request.method());
+
+    if (path.startsWith("/userApi/"_L1)) {
+        return m_backend->handle(method, path.sliced(8), header(request, "content-type"),
+                                 request.body());
+    }
+    if (path.startsWith("/admin/"_L1))
+        return m_admin->handle(method, path.sliced(6), request.query(), request.body(),
+                               m_options.now());
+
+    static const QRegularExpression trigger(u"^/apps/([^/]+)/events$"_s);
+    if (const auto match = trigger.match(path); match.hasMatch()) {
+        return handleTrigger(*m_hub, method, match.captured(1), path,
+                             request.query().queryItems(QUrl::FullyDecoded), request.body(),
+                             m_options.now());
+    }
+
+    static const QRegularExpression list(u"^/channels/(.+)__([^_/][^/]*)\\.json$"_s);
+    if (const auto match = list.match(path); match.hasMatch()) {
+        if (method != "GET")
+            return HttpReply::error(405, u"channel lists are read with GET"_s);
+        const auto channels = m_content.channelList(match.captured(1), match.captured(2));
+        if (!channels)
+            return HttpReply::error(404, u"no channel list for broadcaster "_s + match.captured(1));
+        return {200, Json::encode(*channels)};
+    }
+    if (path.startsWith("/media/"_L1)) {
+        if (method != "GET")
+            return HttpReply::error(405, u"media are read with GET"_s);
+        return serveMedia(path.sliced(7));
+    }
+    return HttpReply::error(404, u"nothing at "_s + path);
+}
+
+HttpReply DevServer::serveMedia(const QString &relativePath) const
+{
+    const QString cleaned = QDir::cleanPath(relativePath);
+    if (cleaned.isEmpty() || cleaned.startsWith(u'/') || cleaned == ".."_L1
+        || cleaned.startsWith("../"_L1))
+        return HttpReply::error(404, u"no media "_s + relativePath);
+    const QString file = QDir(m_content.mediaFolder()).filePath(cleaned);
+    QFile media(file);
+    if (!QFileInfo(file).isFile() || !media.open(QIODevice::ReadOnly))
+        return HttpReply::error(404, u"no media "_s + relativePath);
+    static const QMimeDatabase mimeTypes;
+    return {200, media.readAll(), mimeTypes.mimeTypeForFile(file).name().toLatin1()};
+}
+
+} // namespace Vantora::DevServer

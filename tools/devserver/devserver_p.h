@@ -1,0 +1,67 @@
+#pragma once
+
+#include "admin_p.h"
+#include "backend_p.h"
+#include "content_p.h"
+#include "pusherhub_p.h"
+#include "store_p.h"
+
+#include <QAbstractHttpServer>
+#include <QHostAddress>
+
+#include <functional>
+#include <memory>
+
+// One HTTP server on one port for everything a client of the backend talks to:
+//
+//   /userApi/...                    the backend operations (backend_p.h)
+//   GET /channels/<b>__<env>.json   a broadcaster's channel list
+//   GET /media/<file>               images and other media from the data folder
+//   /app/<key>  (websocket)         the Pusher protocol (pusherhub_p.h)
+//   POST /apps/<id>/events          the Pusher trigger API (trigger_p.h)
+//   /admin/...                      the broadcaster's operations (admin_p.h)
+
+namespace Vantora::DevServer {
+
+struct ServerOptions
+{
+    QString dataFolder;
+    QString databaseFile;
+    PusherApp app{QStringLiteral("vantora"), QStringLiteral("2c3d4e5f607182930415"),
+                  QStringLiteral("vantora-devserver-secret")};
+    PusherHub::Timing timing;
+    /// Seconds since 1970; replaced by tests that need another clock.
+    std::function<qint64()> now;
+};
+
+class DevServer : public QAbstractHttpServer
+{
+    Q_OBJECT
+public:
+    static Result<std::unique_ptr<DevServer>, QString> create(ServerOptions options);
+    ~DevServer() override;
+
+    /// Listens on `address`; port 0 picks a free one. Returns the port.
+    Result<quint16, QString> start(const QHostAddress &address, quint16 port);
+
+    PusherHub &hub() { return *m_hub; }
+    Store &store() { return *m_store; }
+
+protected:
+    bool handleRequest(const QHttpServerRequest &request, QTcpSocket *socket) override;
+    void missingHandler(const QHttpServerRequest &request, QTcpSocket *socket) override;
+
+private:
+    DevServer(ServerOptions options, Content content, std::unique_ptr<Store> store);
+    HttpReply dispatch(const QHttpServerRequest &request);
+    HttpReply serveMedia(const QString &relativePath) const;
+
+    ServerOptions m_options;
+    Content m_content;
+    std::unique_ptr<Store> m_store;
+    std::unique_ptr<Backend> m_backend;
+    PusherHub *m_hub = nullptr;
+    std::unique_ptr<Admin> m_admin;
+};
+
+} // namespace Vantora::DevServer
