@@ -64,6 +64,17 @@ public:
         });
     }
 
+    // The sockets go first, quietly: the listening server's own sockets below them would
+    // otherwise report their end to handlers whose records are already gone.
+    ~ScriptedServer() override
+    {
+        const QList<QWebSocket *> sockets = findChildren<QWebSocket *>(Qt::FindDirectChildrenOnly);
+        for (QWebSocket *socket : sockets) {
+            QObject::disconnect(socket, nullptr, this, nullptr);
+            delete socket;
+        }
+    }
+
     bool listen(quint16 port)
     {
         const bool ok = m_server.listen(QHostAddress::LocalHost, port);
