@@ -150,6 +150,8 @@ std::optional<LiveEvent> readLiveEvent(QStringView name, const std::optional<QSt
 
     if (!data)
         return drop(name, QStringLiteral("no data text"));
+    if (data->isEmpty()) // simdjson would copy from a null pointer
+        return drop(name, QStringLiteral("invalid JSON: empty text"));
     const QByteArray utf8 = data->toUtf8();
     element root;
     if (const auto error =

@@ -46,6 +46,8 @@ std::optional<qint64> wholeNumber(const element &value)
 
 bool parseObject(QByteArrayView utf8, simdjson::dom::object &object)
 {
+    if (utf8.isEmpty()) // not JSON; and simdjson would copy from a null pointer
+        return false;
     element root;
     if (frameParser().parse(utf8.data(), static_cast<size_t>(utf8.size())).get(root)
         != simdjson::SUCCESS)

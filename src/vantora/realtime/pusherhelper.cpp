@@ -37,6 +37,8 @@ struct Overloaded : Ts...
 {
     using Ts::operator()...;
 };
+template <class... Ts>
+Overloaded(Ts...) -> Overloaded<Ts...>; // clang 14 does not deduce aggregates by itself
 
 } // namespace
 
