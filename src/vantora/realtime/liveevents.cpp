@@ -29,7 +29,8 @@ std::nullopt_t drop(QStringView name, const QString &reason)
 {
     static quint64 dropped = 0;
     ++dropped;
-    qCDebug(lcRealtime).noquote() << "dropped" << name << "event" << dropped << "so far:" << reason;
+    qCDebug(lcRealtime).noquote().nospace()
+        << "dropped " << name << " (" << dropped << " dropped so far): " << reason;
     return std::nullopt;
 }
 
