@@ -173,7 +173,8 @@ void PusherClient::detachSocket(bool closeGracefully)
         return;
     QObject::disconnect(socket, nullptr, this, nullptr);
     if (closeGracefully && socket->state() == QAbstractSocket::ConnectedState) {
-        // Let the close frame go out and the server answer; the socket then goes by itself.
+        // Let the close frame go out and the server answer; the socket then goes by itself (or
+        // at the next attempt, or with the client, if the server never answers).
         if (m_closingSocket)
             m_closingSocket->abort();
         m_closingSocket = socket;

@@ -37,7 +37,9 @@ struct PusherOptions
 
 /// A client of the Pusher protocol (v7) on one websocket: public channels only.
 ///
-///   PusherClient client(key, PusherOptions{.cluster = u"us2"_s});
+///   PusherOptions options;
+///   options.cluster = u"us2"_s;
+///   PusherClient client(key, options);
 ///   client.subscribe(u"CH_42"_s);
 ///   client.bind(u"CH_42"_s, u"stop_poll"_s, this, [](const std::optional<QString> &data) {});
 ///   client.connect();
