@@ -262,6 +262,7 @@ TEST(Strictness, documentLevelFailures)
         const char *messageStart;
     } rows[] = {
         {"empty input", "", "invalid JSON ("},
+        {"no bytes at all", QByteArray(), "invalid JSON ("},
         {"truncated", R"({"status":"o)", "invalid JSON ("},
         {"trailing garbage", R"({"status":"ok"} x)", "invalid JSON ("},
         {"integer beyond 64 bits", R"({"status":"ok","n":100000000000000000000})",

@@ -204,8 +204,9 @@ template <class T>
 Decoded<T> decode(QByteArrayView json)
 {
     element root;
-    const auto parsed =
-        threadParser().parse(json.data(), static_cast<size_t>(json.size())).get(root);
+    // An empty view may carry no buffer at all, which simdjson must not be handed.
+    const char *bytes = json.isEmpty() ? "" : json.data();
+    const auto parsed = threadParser().parse(bytes, static_cast<size_t>(json.size())).get(root);
     if (parsed != simdjson::SUCCESS) {
         return DecodeError{{},
                            QStringLiteral("invalid JSON (%1)")
