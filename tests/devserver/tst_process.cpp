@@ -2,6 +2,7 @@
 // an acknowledged answer survives the process being killed outright.
 
 #include "devservertest.h"
+#include "serverprocess.h"
 
 #include "testsupport.h"
 
@@ -19,44 +20,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 const QString program = QStringLiteral(VANTORA_DEVSERVER);
-
-/// A running server process and the environment lines it printed.
-class ServerProcess
-{
-public:
-    explicit ServerProcess(const QStringList &arguments)
-    {
-        m_process.start(program, arguments);
-        const bool ready = waitUntil([&] {
-            m_out += m_process.readAllStandardOutput();
-            return m_out.contains("VANTORA_REALTIME_KEY=")
-                || m_process.state() == QProcess::NotRunning;
-        });
-        EXPECT_TRUE(ready) << "no start-up lines: " << m_out.constData();
-        const auto match =
-            QRegularExpression(u"VANTORA_API_BASE=http://127\\.0\\.0\\.1:(\\d+)/userApi"_s)
-                .match(QString::fromUtf8(m_out));
-        if (match.hasMatch())
-            port = match.captured(1).toUShort();
-    }
-    ~ServerProcess()
-    {
-        m_process.kill();
-        m_process.waitForFinished(5000);
-    }
-    void killHard()
-    {
-        m_process.kill(); // SIGKILL: no chance to flush or close anything
-        m_process.waitForFinished(5000);
-    }
-    QStringList lines() const { return QString::fromUtf8(m_out).split(u'\n', Qt::SkipEmptyParts); }
-
-    quint16 port = 0;
-
-private:
-    QProcess m_process;
-    QByteArray m_out;
-};
 
 struct Reply
 {
@@ -125,7 +88,7 @@ TEST(Process, printsWhereItListensAndKeepsAnswersThroughKill9)
                                 demoFolder,  u"--db"_s, dir.filePath(u"answers.sqlite"_s)};
     QString token;
     {
-        ServerProcess server(arguments);
+        ServerProcess server(program, arguments);
         ASSERT_NE(server.port, 0);
         const QString origin = u"127.0.0.1:"_s + QString::number(server.port);
         const QStringList lines = server.lines();
@@ -148,7 +111,7 @@ TEST(Process, printsWhereItListensAndKeepsAnswersThroughKill9)
         ASSERT_TRUE(answered.json["answer"_L1]["isAnswered"_L1].toBool());
         server.killHard();
     }
-    ServerProcess restarted(arguments);
+    ServerProcess restarted(program, arguments);
     ASSERT_NE(restarted.port, 0);
     const Reply login = post(restarted.port, u"/user/login_by_token"_s,
                              {{u"broadcasterName"_s, u"vantora-demo"_s},

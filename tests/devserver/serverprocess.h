@@ -1,0 +1,54 @@
+#pragma once
+
+// vantora-devserver in a process of its own, for the tests that run clients against it.
+
+#include "devservertest.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+namespace Vantora::DevServerTest {
+
+/// A running server process and the environment lines it printed.
+class ServerProcess
+{
+public:
+    ServerProcess(const QString &program, const QStringList &arguments)
+    {
+        m_process.start(program, arguments);
+        const bool ready = waitUntil([&] {
+            m_out += m_process.readAllStandardOutput();
+            return m_out.contains("VANTORA_REALTIME_KEY=")
+                || m_process.state() == QProcess::NotRunning;
+        });
+        EXPECT_TRUE(ready) << "no start-up lines: " << m_out.constData();
+        const auto match =
+            QRegularExpression(
+                QStringLiteral("VANTORA_API_BASE=http://127\\.0\\.0\\.1:(\\d+)/userApi"))
+                .match(QString::fromUtf8(m_out));
+        if (match.hasMatch())
+            port = match.captured(1).toUShort();
+    }
+    ~ServerProcess()
+    {
+        m_process.kill();
+        m_process.waitForFinished(5000);
+    }
+    void killHard()
+    {
+        m_process.kill(); // SIGKILL: no chance to flush or close anything
+        m_process.waitForFinished(5000);
+    }
+    QStringList lines() const { return QString::fromUtf8(m_out).split(u'\n', Qt::SkipEmptyParts); }
+
+    quint16 port = 0;
+
+private:
+    QProcess m_process;
+    QByteArray m_out;
+};
+
+} // namespace Vantora::DevServerTest
