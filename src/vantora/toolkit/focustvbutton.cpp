@@ -1,11 +1,11 @@
 #include "vantora/toolkit/focustvbutton_p.h"
 
+#include "vantora/toolkit/animation_p.h"
 #include "vantora/toolkit/gradientview_p.h"
 #include "vantora/toolkit/imageview_p.h"
 #include "vantora/toolkit/outlets_p.h"
 #include "vantora/toolkit/scheduler_p.h"
 
-#include <QEasingCurve>
 #include <QKeyEvent>
 #include <QParallelAnimationGroup>
 #include <QPropertyAnimation>
@@ -18,14 +18,6 @@ bool isSelectKey(const QKeyEvent *event)
 {
     const int key = event->key();
     return key == Qt::Key_Select || key == Qt::Key_Return || key == Qt::Key_Enter;
-}
-
-// The television platform's own ease-in-ease-out.
-QEasingCurve easeInOut()
-{
-    QEasingCurve curve(QEasingCurve::BezierSpline);
-    curve.addCubicBezierSegment(QPointF(0.42, 0), QPointF(0.58, 1), QPointF(1, 1));
-    return curve;
 }
 
 } // namespace

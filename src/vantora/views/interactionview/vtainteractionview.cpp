@@ -1,6 +1,7 @@
 #include "vantora/views/interactionview/vtainteractionview_p.h"
 
 #include "vantora/service/vtaservicemanager_p.h"
+#include "vantora/toolkit/animation_p.h"
 #include "vantora/toolkit/checkedmath_p.h"
 #include "vantora/toolkit/colors_p.h"
 #include "vantora/toolkit/itemlayout_p.h"
@@ -9,20 +10,11 @@
 #include "vantora/toolkit/viewloader_p.h"
 #include "vantora/views/viewtag_p.h"
 
-#include <QEasingCurve>
-#include <QPropertyAnimation>
-
 using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
-
-QEasingCurve easeInOut()
-{
-    QEasingCurve curve(QEasingCurve::BezierSpline);
-    curve.addCubicBezierSegment(QPointF(0.42, 0), QPointF(0.58, 1), QPointF(1, 1));
-    return curve;
-}
 
 bool hasText(const std::optional<QString> &text)
 {
@@ -224,23 +216,14 @@ void VTAInteractionView::showPromotion(const std::optional<Promotion> &promotion
         const qreal finalX = m_promotionView->x();
         m_promotionView->setX(finalX + width());
         m_promotionContainer->setVisible(true);
-        animate(m_promotionView, "x", finalX, 500);
+        animateProperty(m_promotionView, "x", finalX, 500ms, this);
     } else if (kind == "flip"_L1) {
         m_promotionFlipContainer->setVisible(true);
         m_promotionView->setScale(0);
-        animate(m_promotionView, "scale", 1.0, 400);
-        animate(m_promotionFlipContainer, "color", QColor::fromRgbF(0, 0, 0, 0.6f), 400);
+        animateProperty(m_promotionView, "scale", 1.0, 400ms, this);
+        animateProperty(m_promotionFlipContainer, "color", QColor::fromRgbF(0, 0, 0, 0.6f), 400ms,
+                        this);
     }
-}
-
-void VTAInteractionView::animate(QObject *target, const char *property, const QVariant &to,
-                                 int milliseconds)
-{
-    auto *animation = new QPropertyAnimation(target, property, this);
-    animation->setDuration(milliseconds);
-    animation->setEasingCurve(easeInOut());
-    animation->setEndValue(to);
-    animation->start(QAbstractAnimation::DeleteWhenStopped);
 }
 
 AnalyticsInfo VTAInteractionView::getAnalyticsInfo() const

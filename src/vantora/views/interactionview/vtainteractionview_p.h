@@ -105,7 +105,6 @@ protected:
 
 private:
     void tick();
-    void animate(QObject *target, const char *property, const QVariant &to, int milliseconds);
 
     QPointer<Vantora::ImageView> m_mainIcon;
     QPointer<QQuickItem> m_titleLabel;
