@@ -50,6 +50,51 @@ Checked<Body> readRequest(QByteArrayView contentType, QByteArrayView body)
     return std::move(decoded).value();
 }
 
+// Who is asking, checked the same way by every operation.
+Checked<const StreamerInfo *> channelOf(const Content &content, const QString &broadcaster,
+                                        const QString &channelId)
+{
+    const StreamerInfo *channel = content.channel(channelId);
+    if (!channel || channel->broadcaster_id != broadcaster)
+        return HttpReply::error(
+            NotFound, u"no channel "_s + channelId + u" for broadcaster "_s + broadcaster);
+    return channel;
+}
+
+Checked<Viewer> viewerOf(Store &store, const QString &token, const QString &broadcaster)
+{
+    std::optional<Viewer> viewer = store.viewerByToken(token);
+    if (!viewer || viewer->broadcaster != broadcaster)
+        return HttpReply::error(Unauthorized, u"unknown userToken"_s);
+    return *viewer;
+}
+
+// A signed-in viewer's request: its data, the channel it names and the viewer its token names.
+template <class Data>
+struct Caller
+{
+    Data data;
+    const StreamerInfo *channel = nullptr;
+    Viewer viewer;
+};
+
+template <class Body>
+Checked<Caller<decltype(Body::data)>> signedIn(const Content &content, Store &store,
+                                               QByteArrayView contentType, QByteArrayView body)
+{
+    auto request = readRequest<Body>(contentType, body);
+    if (!request)
+        return request.error();
+    const auto &data = request.value().data;
+    auto channel = channelOf(content, data.broadcasterName, data.channelId);
+    if (!channel)
+        return channel.error();
+    auto viewer = viewerOf(store, data.userToken, data.broadcasterName);
+    if (!viewer)
+        return viewer.error();
+    return Caller<decltype(Body::data)>{data, channel.value(), viewer.value()};
+}
+
 UserLevel levelRecord(qint64 number)
 {
     const Level &level =
@@ -148,21 +193,6 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
     if (method != "POST")
         return HttpReply::error(MethodNotAllowed, operation + u" takes POST"_s);
 
-    // Who is asking, checked the same way by every operation.
-    const auto channelOf = [&](const QString &broadcaster,
-                               const QString &channelId) -> Checked<const StreamerInfo *> {
-        const StreamerInfo *channel = m_content.channel(channelId);
-        if (!channel || channel->broadcaster_id != broadcaster)
-            return HttpReply::error(
-                NotFound, u"no channel "_s + channelId + u" for broadcaster "_s + broadcaster);
-        return channel;
-    };
-    const auto viewerOf = [&](const QString &token, const QString &broadcaster) -> Checked<Viewer> {
-        std::optional<Viewer> viewer = m_store.viewerByToken(token);
-        if (!viewer || viewer->broadcaster != broadcaster)
-            return HttpReply::error(Unauthorized, u"unknown userToken"_s);
-        return *viewer;
-    };
     const auto stored = [](const Result<AnswerOutcome, QString> &outcome) {
         return HttpReply::error(InternalError, outcome.error());
     };
@@ -171,8 +201,8 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
         auto request = readRequest<GetInfoRequestBody>(contentType, body);
         if (!request)
             return request.error();
-        auto channel =
-            channelOf(request.value().data.broadcasterName, request.value().data.channelId);
+        auto channel = channelOf(m_content, request.value().data.broadcasterName,
+                                 request.value().data.channelId);
         if (!channel)
             return channel.error();
         return ok(channelWithTotals(*channel.value()));
@@ -183,7 +213,7 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
         if (!request)
             return request.error();
         const RegisterRequestData &data = request.value().data;
-        auto channel = channelOf(data.broadcasterName, data.channelId);
+        auto channel = channelOf(m_content, data.broadcasterName, data.channelId);
         if (!channel)
             return channel.error();
         auto viewer = m_store.createViewer(data.broadcasterName, data.channelId,
@@ -194,37 +224,26 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
     }
 
     if (operation == "/user/login_by_token"_L1) {
-        auto request = readRequest<LoginRequestBody>(contentType, body);
-        if (!request)
-            return request.error();
-        const LoginRequestData &data = request.value().data;
-        auto channel = channelOf(data.broadcasterName, data.channelId);
-        if (!channel)
-            return channel.error();
-        auto viewer = viewerOf(data.userToken, data.broadcasterName);
-        if (!viewer)
-            return viewer.error();
-        return ok(userRecord(viewer.value()));
+        auto caller = signedIn<LoginRequestBody>(m_content, m_store, contentType, body);
+        if (!caller)
+            return caller.error();
+        const Viewer &viewer = caller.value().viewer;
+        return ok(userRecord(viewer));
     }
 
     if (operation == "/trivia/getQuestionById/"_L1) {
-        auto request = readRequest<GetTriviaRequestBody>(contentType, body);
-        if (!request)
-            return request.error();
-        const GetTriviaRequestData &data = request.value().data;
-        auto channel = channelOf(data.broadcasterName, data.channelId);
-        if (!channel)
-            return channel.error();
-        auto viewer = viewerOf(data.userToken, data.broadcasterName);
-        if (!viewer)
-            return viewer.error();
+        auto caller = signedIn<GetTriviaRequestBody>(m_content, m_store, contentType, body);
+        if (!caller)
+            return caller.error();
+        const GetTriviaRequestData &data = caller.value().data;
+        const Viewer &viewer = caller.value().viewer;
         const TriviaItem *item = m_content.trivia(id);
         if (!item)
             return HttpReply::error(NotFound, u"no trivia question "_s + id);
         Trivia trivia{item->question, std::nullopt};
-        if (auto earlier = m_store.findAnswer(viewer.value().id, data.channelId, u"trivia"_s, id)) {
-            trivia.answer = TriviaAnswer{QString::number(viewer.value().id) + u'-' + id,
-                                         QString::number(viewer.value().id),
+        if (auto earlier = m_store.findAnswer(viewer.id, data.channelId, u"trivia"_s, id)) {
+            trivia.answer = TriviaAnswer{QString::number(viewer.id) + u'-' + id,
+                                         QString::number(viewer.id),
                                          id,
                                          earlier->answer,
                                          {item->correctAnswer, std::nullopt},
@@ -238,17 +257,13 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
     }
 
     if (operation == "/poll/answer_new/"_L1) {
-        auto request = readRequest<AnswerPollRequestBody>(contentType, body);
-        if (!request)
-            return request.error();
-        const AnswerPollRequestData &data = request.value().data;
-        auto channel = channelOf(data.broadcasterName, data.channelId);
-        if (!channel)
-            return channel.error();
-        auto viewer = viewerOf(data.userToken, data.broadcasterName);
-        if (!viewer)
-            return viewer.error();
-        const Poll *poll = m_content.poll(*channel.value(), id);
+        auto caller = signedIn<AnswerPollRequestBody>(m_content, m_store, contentType, body);
+        if (!caller)
+            return caller.error();
+        const AnswerPollRequestData &data = caller.value().data;
+        const StreamerInfo *channel = caller.value().channel;
+        const Viewer &viewer = caller.value().viewer;
+        const Poll *poll = m_content.poll(*channel, id);
         if (!poll)
             return HttpReply::error(NotFound,
                                     u"no poll "_s + id + u" in channel "_s + data.channelId);
@@ -267,7 +282,7 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
                             number(poll->expoints.value),
                             0,
                             std::nullopt,
-                            viewer.value().id};
+                            viewer.id};
         if (poll->questionType == "prediction"_L1)
             answer.status = u"pending"_s;
         auto outcome = m_store.recordAnswer(answer);
@@ -282,17 +297,13 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
     }
 
     if (operation == "/rating/answer_new/"_L1) {
-        auto request = readRequest<AnswerRatingRequestBody>(contentType, body);
-        if (!request)
-            return request.error();
-        const AnswerRatingRequestData &data = request.value().data;
-        auto channel = channelOf(data.broadcasterName, data.channelId);
-        if (!channel)
-            return channel.error();
-        auto viewer = viewerOf(data.userToken, data.broadcasterName);
-        if (!viewer)
-            return viewer.error();
-        const Rating *rating = m_content.rating(*channel.value(), id);
+        auto caller = signedIn<AnswerRatingRequestBody>(m_content, m_store, contentType, body);
+        if (!caller)
+            return caller.error();
+        const AnswerRatingRequestData &data = caller.value().data;
+        const StreamerInfo *channel = caller.value().channel;
+        const Viewer &viewer = caller.value().viewer;
+        const Rating *rating = m_content.rating(*channel, id);
         if (!rating)
             return HttpReply::error(NotFound,
                                     u"no rating "_s + id + u" in channel "_s + data.channelId);
@@ -303,7 +314,7 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
         const double expoints = rating->expoints ? number(rating->expoints->value) : 0.0;
         auto outcome =
             m_store.recordAnswer({data.channelId, u"rating"_s, id, QString::number(data.answer),
-                                  std::nullopt, expoints, 0, std::nullopt, viewer.value().id});
+                                  std::nullopt, expoints, 0, std::nullopt, viewer.id});
         if (!outcome)
             return stored(outcome);
         const AnswerOutcome &o = outcome.value();
@@ -315,16 +326,11 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
     }
 
     if (operation == "/trivia/answer/"_L1) {
-        auto request = readRequest<AnswerTriviaRequestBody>(contentType, body);
-        if (!request)
-            return request.error();
-        const AnswerTriviaRequestData &data = request.value().data;
-        auto channel = channelOf(data.broadcasterName, data.channelId);
-        if (!channel)
-            return channel.error();
-        auto viewer = viewerOf(data.userToken, data.broadcasterName);
-        if (!viewer)
-            return viewer.error();
+        auto caller = signedIn<AnswerTriviaRequestBody>(m_content, m_store, contentType, body);
+        if (!caller)
+            return caller.error();
+        const AnswerTriviaRequestData &data = caller.value().data;
+        const Viewer &viewer = caller.value().viewer;
         const TriviaItem *item = m_content.trivia(id);
         if (!item)
             return HttpReply::error(NotFound, u"no trivia question "_s + id);
@@ -337,7 +343,7 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
         const bool correct = data.answer == item->correctAnswer;
         auto outcome = m_store.recordAnswer({data.channelId, u"trivia"_s, id, data.answer, correct,
                                              item->expoints, correct ? double(item->points) : 0.0,
-                                             std::nullopt, viewer.value().id});
+                                             std::nullopt, viewer.id});
         if (!outcome)
             return stored(outcome);
         const AnswerOutcome &o = outcome.value();
@@ -371,7 +377,7 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
     if (!request)
         return request.error();
     const AnalyticsRequestData &data = request.value().data;
-    auto viewer = viewerOf(data.userToken, data.broadcasterName);
+    auto viewer = viewerOf(m_store, data.userToken, data.broadcasterName);
     if (!viewer)
         return viewer.error();
     QList<QByteArray> events;
