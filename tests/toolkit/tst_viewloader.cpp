@@ -36,6 +36,19 @@ protected:
     }
 };
 
+// A host's subclass with a layout of its own.
+class HostButton : public FocusTvButton
+{
+    Q_OBJECT
+    Q_CLASSINFO("VantoraLayout", "qrc:/host/HostButton.qml")
+};
+
+// A host's subclass that forgot to name one.
+class UnnamedButton : public FocusTvButton
+{
+    Q_OBJECT
+};
+
 std::unique_ptr<QObject> create(const QByteArray &qml)
 {
     QQmlComponent component(&sharedEngine());
@@ -48,7 +61,11 @@ std::unique_ptr<QObject> create(const QByteArray &qml)
 class ViewLoader : public testing::Test
 {
 protected:
-    static void SetUpTestSuite() { qmlRegisterType<OutletProbe>("Probes", 1, 0, "OutletProbe"); }
+    static void SetUpTestSuite()
+    {
+        qmlRegisterType<OutletProbe>("Probes", 1, 0, "OutletProbe");
+        qmlRegisterType<HostButton>("Probes", 1, 0, "HostButtonBase");
+    }
 };
 
 } // namespace
@@ -63,6 +80,15 @@ TEST_F(ViewLoader, createsEveryToolkitViewFromItsLayout)
     EXPECT_GT(button->implicitWidth(), 0);
     std::unique_ptr<FocusTvButton> second(fromNib<FocusTvButton>());
     EXPECT_NE(second.get(), button.get()) << "a new view each time";
+}
+
+TEST_F(ViewLoader, aHostSubclassLoadsFromTheLayoutItNames)
+{
+    std::unique_ptr<HostButton> button(fromNib<HostButton>());
+    ASSERT_NE(button, nullptr);
+    EXPECT_EQ(button->width(), 300) << "the host's layout, not the library's";
+    ASSERT_NE(button->titleLabel(), nullptr);
+    EXPECT_EQ(button->titleLabel()->parentItem(), button.get());
 }
 
 TEST_F(ViewLoader, outletsComeOnlyFromTheViewsOwnLayout)
@@ -83,6 +109,7 @@ using ViewLoaderDeathTest = ViewLoader;
 TEST_F(ViewLoaderDeathTest, aBrokenLayoutIsFatalAndSaysWhichView)
 {
     EXPECT_DEATH(fromNib<OutletProbe>(), "OutletProbe: no layout OutletProbe.qml in the library");
+    EXPECT_DEATH(fromNib<UnnamedButton>(), "UnnamedButton: no layout UnnamedButton.qml");
     EXPECT_DEATH(fromNib<GradientView>(),
                  "GradientView: the root of GradientView.qml is a QQuickItem");
     EXPECT_DEATH(fromNib<ImageView>(), "ImageView: its layout does not load: .*undefinedProperty");

@@ -61,7 +61,14 @@ QObject *createFromLayout(const QMetaObject &type)
     QQmlComponent *&component = components()[name];
     if (!component) {
         QString path;
+        // A class outside the library names its own layout; only its own declaration counts.
+        for (int i = type.classInfoOffset(); i < type.classInfoCount(); ++i) {
+            if (qstrcmp(type.classInfo(i).name(), "VantoraLayout") == 0)
+                path = QString::fromUtf8(type.classInfo(i).value());
+        }
         for (const char *folder : layoutFolders) {
+            if (!path.isEmpty())
+                break;
             const QString candidate = QLatin1StringView(folder) + name + u".qml"_s;
             if (QFile::exists(candidate)) {
                 path = candidate;
@@ -70,7 +77,8 @@ QObject *createFromLayout(const QMetaObject &type)
         }
         if (path.isEmpty())
             fatal(u"%1: no layout %1.qml in the library"_s.arg(name));
-        component = new QQmlComponent(&engine, QUrl(u"qrc"_s + path), &engine);
+        const QUrl url = path.startsWith(u':') ? QUrl(u"qrc"_s + path) : QUrl(path);
+        component = new QQmlComponent(&engine, url, &engine);
     }
     if (component->isError())
         fatal(u"%1: its layout does not load: %2"_s.arg(name, component->errorString()));

@@ -17,6 +17,13 @@ QQmlEngine &sharedEngine();
 ///
 ///   auto *bar = fromNib<VTAInfoView>(); // VTAInfoView.qml, whose root is a VTAInfoView
 ///
+/// A class of the host's (a card subclass handed in by the app) names its own layout:
+///
+///   class MyTriviaView : public VTATriviaView {
+///       Q_OBJECT
+///       QML_ELEMENT
+///       Q_CLASSINFO("VantoraLayout", "qrc:/qt/qml/MyApp/MyTriviaView.qml")
+///
 /// Each layout is compiled once. A missing layout, one that does not load, or one whose root is
 /// not the requested class is a broken build: fatal, naming the class. The caller owns the view.
 QObject *createFromLayout(const QMetaObject &type);
