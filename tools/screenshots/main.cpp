@@ -3,6 +3,8 @@
 //
 //   vantora-screenshots <folder>
 
+#include "gallery.h"
+
 #include "vantora/toolkit/colors_p.h"
 #include "vantora/toolkit/focustvbutton_p.h"
 #include "vantora/toolkit/viewloader_p.h"
@@ -23,33 +25,7 @@
 using namespace Vantora;
 using namespace std::chrono_literals;
 
-namespace {
-
-struct Gallery
-{
-    VirtualTimeScheduler clock;
-    QQuickWindow window;
-    QDir folder;
-
-    explicit Gallery(const QString &path) : folder(path)
-    {
-        window.resize(1920, 1080);
-        window.setColor(QColor(0x10, 0x14, 0x1C));
-        window.show();
-        clock.runPending();
-    }
-
-    bool save(const char *name)
-    {
-        clock.advanceBy(2s);
-        const QString file = folder.filePath(QString::fromLatin1(name) + QStringLiteral(".png"));
-        const bool saved = window.grabWindow().save(file);
-        std::printf("%s %s\n", saved ? "wrote" : "could not write", qPrintable(file));
-        return saved;
-    }
-};
-
-bool buttons(Gallery &gallery)
+bool toolkitScenes(Gallery &gallery)
 {
     const char *titles[] = {"Normal", "Focused", "Selected", "Design colours", "Gradient"};
     QList<FocusTvButton *> row;
@@ -80,6 +56,8 @@ bool buttons(Gallery &gallery)
     return ok;
 }
 
+namespace {
+
 // A sponsor's picture, drawn here, as the backend would serve one.
 QImage sponsorPicture()
 {
@@ -102,8 +80,10 @@ QImage sponsorPicture()
     return image;
 }
 
+} // namespace
+
 // A card as a poll would fill it, with the info bar counting down and a promotion of each kind.
-bool cards(Gallery &gallery)
+bool cardScenes(Gallery &gallery)
 {
     bool ok = true;
     for (const char *kind : {"none", "display", "flip"}) {
@@ -142,8 +122,6 @@ bool cards(Gallery &gallery)
     return ok;
 }
 
-} // namespace
-
 int main(int argc, char *argv[])
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
@@ -158,6 +136,8 @@ int main(int argc, char *argv[])
         return 1;
     }
     Gallery gallery(QString::fromLocal8Bit(argv[1]));
-    const bool ok = buttons(gallery);
-    return cards(gallery) && ok ? 0 : 1;
+    bool ok = true;
+    for (auto scenes : {toolkitScenes, cardScenes})
+        ok = scenes(gallery) && ok;
+    return ok ? 0 : 1;
 }
