@@ -1,118 +1,12 @@
 import QtQuick
 import Vantora
-import Vantora.Toolkit
 
-// A card at television size: the info bar on top, an icon, the question and the answers, with
-// room on its left for a sponsor's promotion.
+// A card at television size: the shared frame, nothing else.
 VTAInteractionViewBase {
-    id: card
-
     width: 1240
     height: 880
 
-    Item {
-        objectName: "promotionContainer"
-        x: 0
-        width: 440
-        height: parent.height
-        visible: false
-        clip: true
-    }
-
-    Rectangle {
-        id: main
-        objectName: "mainContainer"
-        x: parent.width - width
-        width: 760
-        height: parent.height
-        radius: 36
-        color: "#F0141A26"
-        clip: true
-
-        ImageView {
-            objectName: "backgroundView"
-            anchors.fill: parent
-        }
-
-        Item {
-            objectName: "infoContainer"
-            width: parent.width
-            height: 112
-        }
-
-        Rectangle {
-            y: 112
-            width: parent.width
-            height: 1
-            color: "#26FFFFFF"
-        }
-
-        ImageView {
-            id: icon
-            objectName: "mainIcon"
-            anchors.horizontalCenter: parent.horizontalCenter
-            y: 144
-            width: 112
-            height: 112
-        }
-
-        Spinner {
-            objectName: "indicator"
-            anchors.centerIn: icon
-            visible: false
-        }
-
-        Text {
-            id: title
-            objectName: "titleLabel"
-            anchors.horizontalCenter: parent.horizontalCenter
-            y: 280
-            width: parent.width - 96
-            horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.WordWrap
-            maximumLineCount: 3
-            elide: Text.ElideRight
-            color: "white"
-            font.family: "Roboto"
-            font.pixelSize: 44
-            font.weight: Font.Bold
-        }
-
-        Flickable {
-            objectName: "scrollView"
-            anchors.horizontalCenter: parent.horizontalCenter
-            anchors.top: title.bottom
-            anchors.topMargin: 40
-            anchors.bottom: parent.bottom
-            anchors.bottomMargin: 40
-            width: parent.width - 96
-            contentHeight: answers.height
-            clip: true
-            interactive: false
-
-            Column {
-                id: answers
-                objectName: "answerStack"
-                width: parent.width
-                spacing: 24
-            }
-        }
-    }
-
-    Rectangle {
-        objectName: "promotionFlipContainer"
-        x: main.x
-        width: main.width
-        height: main.height
-        radius: main.radius
-        color: "transparent"
-        visible: false
-
-        Item {
-            objectName: "promotionFlipHolder"
-            anchors.centerIn: parent
-            width: parent.width - 96
-            height: parent.height - 240
-        }
+    CardFrame {
+        anchors.fill: parent
     }
 }
