@@ -4,9 +4,12 @@ import Vantora.Toolkit
 
 // The frame every card shares, with the items its code reaches by name: the info bar on top, an
 // icon, the question and the answers, with room on its left for a sponsor's promotion. A card's
-// layout is its class as the root and a CardFrame filling it.
+// layout is its class as the root and a CardFrame filling it; the card's own items go on the
+// body with `parent: frame.body`, under a flipping promotion like the rest of the card.
 Item {
     id: card
+
+    readonly property Item body: main
 
     width: 1240
     height: 880

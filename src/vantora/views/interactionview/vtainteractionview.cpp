@@ -10,6 +10,8 @@
 #include "vantora/toolkit/viewloader_p.h"
 #include "vantora/views/viewtag_p.h"
 
+#include <QKeyEvent>
+
 using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
@@ -249,4 +251,54 @@ void VTAInteractionView::focusPreferredItem()
 {
     if (QQuickItem *item = preferredFocusItem())
         item->forceActiveFocus();
+}
+
+bool VTAInteractionView::moveAnswerFocus(int step)
+{
+    QList<QQuickItem *> answers;
+    for (QQuickItem *answer : m_answerStack->childItems()) {
+        if (answer->isVisible() && answer->activeFocusOnTab())
+            answers.append(answer);
+    }
+    qsizetype current = -1;
+    for (qsizetype i = 0; i < answers.size(); ++i) {
+        if (answers[i]->hasActiveFocus())
+            current = i;
+    }
+    const qsizetype next = current + step;
+    if (current < 0 || next < 0 || next >= answers.size())
+        return false;
+    QQuickItem *answer = answers[next];
+    answer->forceActiveFocus();
+    // Keep the focused answer inside the scrolling area, as the platform's scroll views do.
+    const qreal top = m_answerStack->mapFromItem(answer, QPointF(0, 0)).y() + m_answerStack->y();
+    const qreal visible = m_scrollView->height();
+    const qreal contentY = m_scrollView->property("contentY").toReal();
+    if (top < contentY)
+        m_scrollView->setProperty("contentY", top);
+    else if (top + answer->height() > contentY + visible)
+        m_scrollView->setProperty("contentY", top + answer->height() - visible);
+    return true;
+}
+
+void VTAInteractionView::keyPressEvent(QKeyEvent *event)
+{
+    int step = 0;
+    switch (event->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Left:
+        step = -1;
+        break;
+    case Qt::Key_Down:
+    case Qt::Key_Right:
+        step = 1;
+        break;
+    default:
+        break;
+    }
+    if (step != 0 && moveAnswerFocus(step)) {
+        event->accept();
+        return;
+    }
+    QQuickItem::keyPressEvent(event);
 }

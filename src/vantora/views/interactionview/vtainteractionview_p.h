@@ -82,6 +82,9 @@ public:
     virtual QQuickItem *preferredFocusItem() const;
     /// Gives the remote's focus to preferredFocusItem().
     void focusPreferredItem();
+    /// Moves the remote's focus `step` answers on in answerStack (negative: back), scrolling the
+    /// answer into view; false when the focus is on no answer or would leave the list.
+    bool moveAnswerFocus(int step);
 
     VTAInfoView *infoView() const { return m_infoView; }
     Vantora::ImageView *mainIcon() const { return m_mainIcon; }
@@ -98,6 +101,8 @@ public:
 
 protected:
     void componentComplete() override;
+    /// The remote's arrows move between the answers: up and left back, down and right on.
+    void keyPressEvent(QKeyEvent *event) override;
     /// Called when the result is known; the cards mark their answers here.
     virtual void markDone() { }
     /// Makes the info bar; a card may return one of its own.

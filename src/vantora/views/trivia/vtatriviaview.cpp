@@ -1,0 +1,174 @@
+#include "vantora/views/trivia/vtatriviaview_p.h"
+
+#include "vantora/service/vtaservicemanager_p.h"
+#include "vantora/toolkit/colors_p.h"
+#include "vantora/toolkit/fatal_p.h"
+#include "vantora/toolkit/numbertext_p.h"
+#include "vantora/toolkit/outlets_p.h"
+#include "vantora/toolkit/viewloader_p.h"
+
+using namespace Vantora;
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+std::optional<Promotion> tvPromotion(const Trivia &trivia)
+{
+    return trivia.question.getPromotion();
+}
+
+} // namespace
+
+VTATriviaView::VTATriviaView(QQuickItem *parent) : VTAInteractionView(parent) { }
+
+void VTATriviaView::componentComplete()
+{
+    VTAInteractionView::componentComplete();
+    Outlets(this)
+        .bind(m_resultStack, "resultStack")
+        .bind(m_resultLabel, "resultLabel")
+        .bind(m_resultContainer, "resultContainer");
+}
+
+VTATriviaAnswerView *VTATriviaView::createAnswerView()
+{
+    return fromNib<VTATriviaAnswerView>();
+}
+
+void VTATriviaView::configure(const Trivia &trivia, qint64 time, const VTAPointsInfo &pointsInfo,
+                              const std::optional<DesignInfo> &designInfo)
+{
+    stampTag();
+    m_trivia = trivia;
+    setIdentifier(trivia.question.id);
+    setTime(time);
+    titleLabel()->setProperty("text", trivia.question.question);
+    setDidAnswer(trivia.answer.has_value());
+    preparePromotion(tvPromotion(trivia));
+    scrollView()->setClip(true);
+
+    for (const AnswerDetail &detail : trivia.question.answers) {
+        VTATriviaAnswerView *row = createAnswerView();
+        row->setParent(this);
+        row->setParentItem(answerStack());
+        row->setWidth(answerStack()->width());
+        row->setTitle(detail.answer);
+        if (trivia.answer)
+            row->markDone(*trivia.answer);
+        if (detail.image && !detail.image->isEmpty() && row->imageView())
+            row->setImage(detail.image);
+        else if (row->imageColumn())
+            row->imageColumn()->setWidth(0);
+        row->applyDesign(designInfo);
+        FocusTvButton *button = row->button();
+        connect(button, &FocusTvButton::primaryActionTriggered, this,
+                [this, button] { actionAnswer(button); });
+        m_answerViews.append(row);
+    }
+
+    if (trivia.answer) {
+        showResult(*trivia.answer, std::nullopt);
+        applyState(InteractionState::completed);
+        didAnswerTrivia();
+    } else {
+        applyState(InteractionState::active);
+        displayTime();
+        startTimer();
+    }
+
+    applyDesign(designInfo);
+    if (designInfo) {
+        if (const auto text = colorFromHex(designInfo->textColor.value_or(QString())))
+            m_resultLabel->setProperty("color", *text);
+    }
+    updatePoints(pointsInfo);
+    if (trivia.question.showPromotionAtStart() || didAnswer())
+        showPromotionIfNeeded(trivia);
+    didLoadTrivia();
+}
+
+void VTATriviaView::actionAnswer(FocusTvButton *sender)
+{
+    if (didAnswer())
+        return;
+    if (!m_trivia)
+        fatal(u"VTATriviaView: an answer before the trivia was configured"_s);
+    qsizetype index = -1;
+    for (qsizetype i = 0; i < m_answerViews.size(); ++i) {
+        if (m_answerViews[i]->button() == sender)
+            index = i;
+    }
+    const QList<AnswerDetail> &answers = m_trivia->question.answers;
+    if (index < 0 || index >= answers.size())
+        fatal(u"VTATriviaView: the pressed button is no answer of the question"_s);
+    setDidAnswer(true);
+
+    if (InteractionDelegate *overlay = delegate()) {
+        if (const std::optional<QString> token = overlay->userToken()) {
+            const QString &answer = answers[index].answer;
+            // The reply belongs to the overlay, which may have closed this card by then.
+            VTAServiceManager::shared().answerTrivia(
+                *token, overlay->channelID(), overlay->broadcaster(), m_trivia->question.id, answer,
+                dynamic_cast<QObject *>(overlay),
+                overlay->didSelectTriviaAnswer(answer, m_trivia->question.id));
+        }
+        overlay->handleInteractionCompleted(false);
+    }
+    applyState(InteractionState::loading);
+}
+
+void VTATriviaView::showPromotionIfNeeded(const Trivia &trivia)
+{
+    const std::optional<Promotion> promotion = tvPromotion(trivia);
+    if (!promotion)
+        return;
+    const auto delay = promotion->viewType.value == "display"_L1 ? 800ms : 3000ms;
+    Scheduler::instance().after(delay, this, [this, promotion] { showPromotion(promotion); });
+}
+
+void VTATriviaView::showResult(const TriviaAnswer &answerResult, std::optional<double> points)
+{
+    const bool focused = hasActiveFocus();
+    answerStack()->setVisible(false);
+    m_resultContainer->setVisible(true);
+    for (VTATriviaAnswerView *row : std::as_const(m_answerViews)) {
+        const QString title = row->title();
+        if (title == answerResult.answer) {
+            const QList<QQuickItem *> shown = m_resultStack->childItems();
+            row->setParentItem(m_resultStack);
+            if (!shown.isEmpty())
+                row->stackBefore(shown.first());
+            row->markDone(answerResult);
+        } else if (title == answerResult.correctAnswer.answer) {
+            row->setParentItem(m_resultStack);
+            row->markDone(answerResult);
+        } else {
+            row->setParentItem(nullptr);
+        }
+    }
+
+    QString verdict;
+    if (answerResult.isCorrect && points)
+        verdict = u"AWESOME! You won "_s + formatDecimal(*points, 0, 1)
+            + u" pts for the correct answer"_s;
+    else if (answerResult.isCorrect)
+        verdict = u"Correct answer"_s;
+    else
+        verdict = u"Wrong answer\nBetter luck next time"_s;
+    m_resultLabel->setProperty("text", verdict);
+    m_resultLabel->setVisible(true);
+    if (focused)
+        focusPreferredItem();
+}
+
+AnalyticsInfo VTATriviaView::getAnalyticsInfo() const
+{
+    if (!m_trivia)
+        fatal(u"VTATriviaView: analytics asked before the trivia was configured"_s);
+    std::optional<QString> sponsor;
+    if (const std::optional<Promotion> promotion = tvPromotion(*m_trivia);
+        promotion && promotion->sponsor)
+        sponsor = promotion->sponsor->name;
+    return {u"Trivia"_s, m_trivia->question.id, sponsor};
+}
