@@ -22,6 +22,17 @@ class RecordingDelegate : public QObject, public Vantora::InteractionDelegate
 
 public:
     QStringList calls;
+    std::optional<QString> token = QStringLiteral("token");
+
+    // The overlay's handler of an answer's reply: notes that the reply arrived.
+    template <class Reply>
+    Vantora::VTAServiceManager::Completion<Reply> replyRecorder(const QString &kind)
+    {
+        return [this, kind](Vantora::ServiceResult<Reply> reply) {
+            calls.append(QStringLiteral("%1 reply(%2)")
+                             .arg(kind, reply ? QStringLiteral("ok") : QStringLiteral("error")));
+        };
+    }
 
     void closeInteraction(VTAInteractionView *, bool fromButton) override
     {
@@ -29,14 +40,18 @@ public:
                                 : QStringLiteral("close(no button)"));
     }
     Vantora::VTAServiceManager::Completion<Vantora::AnswerTriviaResponse>
-    didSelectTriviaAnswer(const QString &, const QString &) override
+    didSelectTriviaAnswer(const QString &answer, const QString &triviaID) override
     {
-        return {};
+        calls.append(QStringLiteral("didSelectTriviaAnswer(%1, %2)").arg(answer, triviaID));
+        return replyRecorder<Vantora::AnswerTriviaResponse>(QStringLiteral("trivia"));
     }
     Vantora::VTAServiceManager::Completion<Vantora::AnswerPollResponse>
-    didSelectPollAnswer(const QString &, const QString &, const QString &) override
+    didSelectPollAnswer(const QString &answer, const QString &pollID,
+                        const QString &pollType) override
     {
-        return {};
+        calls.append(
+            QStringLiteral("didSelectPollAnswer(%1, %2, %3)").arg(answer, pollID, pollType));
+        return replyRecorder<Vantora::AnswerPollResponse>(QStringLiteral("poll"));
     }
     Vantora::VTAServiceManager::Completion<Vantora::AnswerRatingResponse>
     didSelectRatingAnswer(qint64, const QString &) override
@@ -44,10 +59,13 @@ public:
         return {};
     }
     void didEndPoll() override { calls.append(QStringLiteral("didEndPoll")); }
-    std::optional<QString> userToken() const override { return QStringLiteral("token"); }
+    std::optional<QString> userToken() const override { return token; }
     QString channelID() const override { return QStringLiteral("ch1"); }
     QString broadcaster() const override { return QStringLiteral("bc"); }
-    void handleInteractionCompleted(bool) override { }
+    void handleInteractionCompleted(bool didClose) override
+    {
+        calls.append(didClose ? QStringLiteral("completed(closed)") : QStringLiteral("completed"));
+    }
     void sendAnalyticsEvent(const Vantora::AnalyticsInfo &, const QString &type,
                             bool isActivity) override
     {
