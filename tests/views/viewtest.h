@@ -22,6 +22,7 @@ class RecordingDelegate : public QObject, public Vantora::InteractionDelegate
 
 public:
     QStringList calls;
+    std::optional<QString> token = QStringLiteral("token"); ///< the signed-in viewer's
 
     void closeInteraction(VTAInteractionView *, bool fromButton) override
     {
@@ -38,16 +39,26 @@ public:
     {
         return {};
     }
+    // Records the call, and the backend's reply when the card hands the completion on.
     Vantora::VTAServiceManager::Completion<Vantora::AnswerRatingResponse>
-    didSelectRatingAnswer(qint64, const QString &) override
+    didSelectRatingAnswer(qint64 answer, const QString &ratingID) override
     {
-        return {};
+        calls.append(QStringLiteral("didSelectRatingAnswer(%1, %2)").arg(answer).arg(ratingID));
+        return [this, ratingID](Vantora::ServiceResult<Vantora::AnswerRatingResponse> reply) {
+            calls.append(
+                QStringLiteral("ratingReply(%1, %2)")
+                    .arg(ratingID, reply ? QStringLiteral("ok") : QStringLiteral("error")));
+        };
     }
     void didEndPoll() override { calls.append(QStringLiteral("didEndPoll")); }
-    std::optional<QString> userToken() const override { return QStringLiteral("token"); }
+    std::optional<QString> userToken() const override { return token; }
     QString channelID() const override { return QStringLiteral("ch1"); }
     QString broadcaster() const override { return QStringLiteral("bc"); }
-    void handleInteractionCompleted(bool) override { }
+    void handleInteractionCompleted(bool didClose) override
+    {
+        calls.append(
+            QStringLiteral("completed(%1)").arg(QLatin1StringView(didClose ? "closed" : "open")));
+    }
     void sendAnalyticsEvent(const Vantora::AnalyticsInfo &, const QString &type,
                             bool isActivity) override
     {

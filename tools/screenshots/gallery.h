@@ -36,3 +36,4 @@ struct Gallery
 
 bool toolkitScenes(Gallery &gallery);
 bool cardScenes(Gallery &gallery);
+bool ratingNoticeScenes(Gallery &gallery);
