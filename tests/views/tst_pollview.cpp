@@ -142,7 +142,7 @@ TEST_F(PollTest, aVoteCountsAtOnceAndGoesToTheOverlayOnce)
         EXPECT_EQ(overlay.calls,
                   (QStringList{QStringLiteral("didSelectPollAnswer(Home, p1, %1)")
                                    .arg(QString::fromLatin1(row.questionType)),
-                               QStringLiteral("completed")}));
+                               QStringLiteral("completed(open)")}));
         ASSERT_EQ(backend->requests().size(), before + 1);
         EXPECT_EQ(requestField(backend->requests().last())[QStringLiteral("data")]
                       .toObject()[QStringLiteral("answer")],
@@ -165,7 +165,7 @@ TEST_F(PollTest, withoutATokenTheVoteStaysOnTheCard)
     QTest::keyClick(&window, Qt::Key_Select);
     clock.runPending();
     EXPECT_TRUE(backend->requests().isEmpty());
-    EXPECT_EQ(overlay.calls, QStringList{QStringLiteral("completed")});
+    EXPECT_EQ(overlay.calls, QStringList{QStringLiteral("completed(open)")});
     EXPECT_EQ(
         stats(),
         (QStringList{QStringLiteral("40.0%"), QStringLiteral("40.0%"), QStringLiteral("20.0%")}));
@@ -178,9 +178,9 @@ TEST_F(PollTest, aClosedPollShowsItsFiguresAndCompletesOnceAfterASecond)
         const char *status;
         std::optional<QString> previous;
         QStringList calls;
-    } rows[] = {{"closed", std::nullopt, {QStringLiteral("completed")}},
-                {"", std::nullopt, {QStringLiteral("completed")}},
-                {"Active", std::nullopt, {QStringLiteral("completed")}},
+    } rows[] = {{"closed", std::nullopt, {QStringLiteral("completed(open)")}},
+                {"", std::nullopt, {QStringLiteral("completed(open)")}},
+                {"Active", std::nullopt, {QStringLiteral("completed(open)")}},
                 {"closed", QStringLiteral("Away"), {}}};
     for (const auto &row : rows) {
         SCOPED_TRACE(row.status);

@@ -135,7 +135,7 @@ TEST_F(TriviaTest, theRemoteAnswersOnceAndTheReplyGoesToTheOverlay)
     QTest::keyClick(&window, Qt::Key_Select);
     EXPECT_EQ(overlay.calls,
               (QStringList{QStringLiteral("didSelectTriviaAnswer(Athens, t1)"),
-                           QStringLiteral("completed")}));
+                           QStringLiteral("completed(open)")}));
     EXPECT_EQ(trivia->state(), State::loading);
     EXPECT_FALSE(trivia->resultContainer()->isVisible()) << "no result before the reply";
     ASSERT_EQ(backend->requests().size(), 1);
@@ -162,7 +162,7 @@ TEST_F(TriviaTest, withoutATokenTheAnswerStaysOnTheCard)
     QTest::keyClick(&window, Qt::Key_Select);
     clock.runPending();
     EXPECT_TRUE(backend->requests().isEmpty());
-    EXPECT_EQ(overlay.calls, QStringList{QStringLiteral("completed")});
+    EXPECT_EQ(overlay.calls, QStringList{QStringLiteral("completed(open)")});
     EXPECT_EQ(trivia->state(), State::loading);
 }
 

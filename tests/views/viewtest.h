@@ -22,7 +22,7 @@ class RecordingDelegate : public QObject, public Vantora::InteractionDelegate
 
 public:
     QStringList calls;
-    std::optional<QString> token = QStringLiteral("token");
+    std::optional<QString> token = QStringLiteral("token"); ///< the signed-in viewer's
 
     // The overlay's handler of an answer's reply: notes that the reply arrived.
     template <class Reply>
@@ -53,10 +53,16 @@ public:
             QStringLiteral("didSelectPollAnswer(%1, %2, %3)").arg(answer, pollID, pollType));
         return replyRecorder<Vantora::AnswerPollResponse>(QStringLiteral("poll"));
     }
+    // Records the call, and the backend's reply when the card hands the completion on.
     Vantora::VTAServiceManager::Completion<Vantora::AnswerRatingResponse>
-    didSelectRatingAnswer(qint64, const QString &) override
+    didSelectRatingAnswer(qint64 answer, const QString &ratingID) override
     {
-        return {};
+        calls.append(QStringLiteral("didSelectRatingAnswer(%1, %2)").arg(answer).arg(ratingID));
+        return [this, ratingID](Vantora::ServiceResult<Vantora::AnswerRatingResponse> reply) {
+            calls.append(
+                QStringLiteral("ratingReply(%1, %2)")
+                    .arg(ratingID, reply ? QStringLiteral("ok") : QStringLiteral("error")));
+        };
     }
     void didEndPoll() override { calls.append(QStringLiteral("didEndPoll")); }
     std::optional<QString> userToken() const override { return token; }
@@ -64,7 +70,8 @@ public:
     QString broadcaster() const override { return QStringLiteral("bc"); }
     void handleInteractionCompleted(bool didClose) override
     {
-        calls.append(didClose ? QStringLiteral("completed(closed)") : QStringLiteral("completed"));
+        calls.append(
+            QStringLiteral("completed(%1)").arg(QLatin1StringView(didClose ? "closed" : "open")));
     }
     void sendAnalyticsEvent(const Vantora::AnalyticsInfo &, const QString &type,
                             bool isActivity) override

@@ -37,3 +37,4 @@ struct Gallery
 bool toolkitScenes(Gallery &gallery);
 bool cardScenes(Gallery &gallery);
 bool triviaPollScenes(Gallery &gallery);
+bool ratingNoticeScenes(Gallery &gallery);

@@ -137,7 +137,7 @@ int main(int argc, char *argv[])
     }
     Gallery gallery(QString::fromLocal8Bit(argv[1]));
     bool ok = true;
-    for (auto scenes : {toolkitScenes, cardScenes, triviaPollScenes})
+    for (auto scenes : {toolkitScenes, cardScenes, triviaPollScenes, ratingNoticeScenes})
         ok = scenes(gallery) && ok;
     return ok ? 0 : 1;
 }

@@ -94,7 +94,8 @@ Item {
             clip: true
             interactive: false
 
-            Column {
+            // Full-width answers stack up; narrow ones (a rating's steps) line up side by side.
+            Flow {
                 id: answers
                 objectName: "answerStack"
                 width: parent.width

@@ -70,7 +70,8 @@ public:
     Q_INVOKABLE void closeTap();
     Q_INVOKABLE virtual void accountTap();
     void updatePoints(const VTAPointsInfo &points);
-    void applyDesign(const std::optional<Vantora::DesignInfo> &design);
+    /// Colours and images of the channel design; a card with more to colour extends it.
+    virtual void applyDesign(const std::optional<Vantora::DesignInfo> &design);
     /// Puts the promotion in place, still hidden: "display" beside the card, "flip" over it.
     void preparePromotion(const std::optional<Vantora::Promotion> &promotion);
     /// Brings a prepared promotion in: "display" slides in from one card width to the right over
