@@ -43,6 +43,9 @@ public:
     /// The overlay, held weakly; it must implement Vantora::InteractionDelegate.
     void setDelegate(QObject *delegate);
     Vantora::InteractionDelegate *delegate() const;
+    /// The overlay as an object: what owns the replies to the card's answers, which may arrive
+    /// after the card has closed.
+    QObject *delegateObject() const { return m_delegate; }
 
     QString identifier() const { return m_identifier; }
     void setIdentifier(const QString &identifier) { m_identifier = identifier; }

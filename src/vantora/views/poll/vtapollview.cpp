@@ -101,7 +101,7 @@ void VTAPollView::actionAnswer(FocusTvButton *sender)
             // The reply belongs to the overlay, which may have closed this card by then.
             VTAServiceManager::shared().answerPoll(
                 *token, overlay->channelID(), overlay->broadcaster(), m_poll->id, answer,
-                dynamic_cast<QObject *>(overlay),
+                delegateObject(),
                 overlay->didSelectPollAnswer(answer, m_poll->id, m_poll->questionType));
         }
         overlay->handleInteractionCompleted(false);

@@ -165,8 +165,7 @@ void VTARatingView::actionAnswer(FocusTvButton *sender)
             // The reply belongs to the overlay: it records the rating even if the card is gone.
             VTAServiceManager::shared().answerRating(
                 *token, overlay->channelID(), overlay->broadcaster(), m_rating->id, value,
-                dynamic_cast<QObject *>(overlay),
-                overlay->didSelectRatingAnswer(value, m_rating->id));
+                delegateObject(), overlay->didSelectRatingAnswer(value, m_rating->id));
         }
         overlay->handleInteractionCompleted(false);
     }

@@ -110,8 +110,7 @@ void VTATriviaView::actionAnswer(FocusTvButton *sender)
             // The reply belongs to the overlay, which may have closed this card by then.
             VTAServiceManager::shared().answerTrivia(
                 *token, overlay->channelID(), overlay->broadcaster(), m_trivia->question.id, answer,
-                dynamic_cast<QObject *>(overlay),
-                overlay->didSelectTriviaAnswer(answer, m_trivia->question.id));
+                delegateObject(), overlay->didSelectTriviaAnswer(answer, m_trivia->question.id));
         }
         overlay->handleInteractionCompleted(false);
     }
