@@ -1,0 +1,190 @@
+#ifndef VANTORA_VTAOVERLAYVIEW_H
+#define VANTORA_VTAOVERLAYVIEW_H
+
+#include <vantora/records/vtaenvironment.h>
+#include <vantora/vantora_export.h>
+
+#include <QObject>
+#include <QQuickItem>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+class VTAPollView;
+class VTARatingView;
+class VTATriviaView;
+class VTANotice;
+namespace Vantora {
+class OverlayController;
+}
+
+/** @file
+ * The item a TV application puts over its video player to make the broadcast interactive.
+ */
+
+/// The side from which the cards slide in.
+enum class VTAAnimationType {
+    fromRight, ///< from beyond the right edge, at the card's resting height
+    fromBottom, ///< up from below the bottom edge, flush right
+};
+
+/**
+ * What the overlay asks of the host's player. Derive a small object from it and hand it to
+ * VTAOverlayView::load(); the overlay holds it weakly, so deleting it simply stops the calls.
+ * Every call is made on the main thread. A QML host can use the overlay's signals instead, which
+ * are emitted alongside.
+ */
+class VANTORA_EXPORT VTAOverlayDelegate : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    /// A card that wants the viewer's full attention arrived: pause the video.
+    virtual void overlayRequestedPause() = 0;
+    /// The overlay paused the video and is done with it: resume.
+    virtual void overlayRequestedPlay() = 0;
+    /// A card is on screen: give the overlay the remote's focus (forceActiveFocus() on it).
+    virtual void overlayRequestedFocus() = 0;
+    /// The card or notice went away: take the remote's focus back.
+    virtual void overlayReleasedFocus() = 0;
+};
+
+/**
+ * Lets a host show its own subclasses of the built-in cards, with its own layouts. Each
+ * operation returns a new, unparented view, which the overlay then owns, or null for the built-in
+ * one. Held weakly, like the overlay delegate.
+ */
+class VANTORA_EXPORT VTALayoutDelegate : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    virtual VTAPollView *customPollView() { return nullptr; }
+    virtual VTARatingView *customRatingView() { return nullptr; }
+    virtual VTATriviaView *customTriviaView() { return nullptr; }
+    virtual VTANotice *customNoticeView() { return nullptr; }
+};
+
+/**
+ * The one item a host puts, full size, over its video. It verifies the channel, signs the viewer
+ * in (remembering them in the application's QSettings under "userToken"), fetches the channel's
+ * content, listens to the broadcaster's live events, and shows one card at a time: trivia, polls,
+ * predictions and ratings at their video second or when the broadcaster pushes them, and a notice
+ * when a prediction is settled.
+ *
+ * From C++:
+ *
+ *   auto *overlay = new VTAOverlayView(playerItem);   // fills its parent
+ *   overlay->load(u"1001"_s, u"acme"_s, VTAEnvironment::productionDefault(), &bridge);
+ *   ...
+ *   overlay->videoPlaying(player.position());         // while playing, as often as you like
+ *   overlay->videoPaused();                           // when the player stops
+ *   ...
+ *   if (!overlay->closeInteractionIfNeeded())         // the remote's back key
+ *       leaveScreen();
+ *
+ * From QML (`import Vantora`):
+ *
+ *   VTAOverlayView {
+ *       id: overlay
+ *       anchors.fill: parent
+ *       onPauseRequested: player.pause()
+ *       onFocusRequested: overlay.forceActiveFocus()
+ *       Component.onCompleted: load("1001", "acme", "production")
+ *   }
+ *
+ * Nothing is ever thrown or returned to the host on failure: start-up problems are printed as
+ * lines beginning "VTA", and items that cannot be shown are dropped. The overlay lays out
+ * nothing but its cards and notices; the area not covered by a card lets the video show through.
+ * Main thread only.
+ */
+class VANTORA_EXPORT VTAOverlayView : public QQuickItem
+{
+    Q_OBJECT
+    Q_PROPERTY(VTAOverlayDelegate *delegate READ delegate WRITE setDelegate NOTIFY delegateChanged)
+    Q_PROPERTY(VTALayoutDelegate *layoutDelegate READ layoutDelegate WRITE setLayoutDelegate)
+    Q_PROPERTY(qreal bottomMargin READ bottomMargin WRITE setBottomMargin)
+    /// "fromRight" or "fromBottom" (the default).
+    Q_PROPERTY(QString animationType READ animationTypeName WRITE setAnimationTypeName)
+    Q_PROPERTY(bool showNotices READ showNotices WRITE setShowNotices)
+    /// Seconds; 0 means none.
+    Q_PROPERTY(int injectionDelay READ injectionDelaySeconds WRITE setInjectionDelaySeconds)
+    Q_PROPERTY(bool displayingInteraction READ isDisplayingInteraction NOTIFY interactionChanged)
+
+public:
+    explicit VTAOverlayView(QQuickItem *parent = nullptr);
+    ~VTAOverlayView() override;
+
+    /// Starts a session for the channel `channelID` of `broadcasterName` on `environment`. A
+    /// second call ends the first session (closing what is showing) before starting. The
+    /// optional viewer details are used only when the viewer is registered for the first time.
+    void load(const QString &channelID, const QString &broadcasterName,
+              const VTAEnvironment &environment, VTAOverlayDelegate *delegate = nullptr,
+              const QString &language = QStringLiteral("en"),
+              const std::optional<QString> &userBroadcasterForeignID = std::nullopt,
+              const std::optional<QString> &userInitialName = std::nullopt);
+    /// The same for QML: `environment` is "production", "development" or "test".
+    Q_INVOKABLE void load(const QString &channelID, const QString &broadcasterName,
+                          const QString &environment);
+
+    /// The player plays at `time` seconds into the video. Call it when playback starts or
+    /// resumes, and freely while it plays.
+    Q_INVOKABLE void videoPlaying(double time);
+    /// The player stopped: nothing is due by the video's clock until it plays again.
+    Q_INVOKABLE void videoPaused();
+
+    /// Forgets the viewer remembered on this device; the next session registers a new one.
+    /// Live overlays keep their viewer.
+    Q_INVOKABLE static void resetUser();
+    /// Closes the card on screen, or else the notice; false when neither was showing. Call it
+    /// on the remote's back key and leave your screen only on false.
+    Q_INVOKABLE bool closeInteractionIfNeeded();
+    /// Whether a card is on screen (a notice alone does not count).
+    bool isDisplayingInteraction() const;
+
+    VTAOverlayDelegate *delegate() const;
+    void setDelegate(VTAOverlayDelegate *delegate);
+    VTALayoutDelegate *layoutDelegate() const;
+    void setLayoutDelegate(VTALayoutDelegate *delegate);
+    /// Distance in pixels between a resting card and the overlay's bottom edge.
+    qreal bottomMargin() const;
+    void setBottomMargin(qreal margin);
+    VTAAnimationType animationType() const;
+    void setAnimationType(VTAAnimationType type);
+    bool showNotices() const;
+    void setShowNotices(bool show);
+    /// Seconds by which live items are held back (to match a delayed stream); a value below 1
+    /// means none.
+    std::optional<qint64> injectionDelay() const;
+    void setInjectionDelay(std::optional<qint64> seconds);
+
+Q_SIGNALS:
+    void delegateChanged();
+    void interactionChanged();
+    /// Emitted with the matching VTAOverlayDelegate call.
+    void pauseRequested();
+    void playRequested();
+    void focusRequested();
+    void focusReleased();
+
+protected:
+    void itemChange(ItemChange change, const ItemChangeData &value) override;
+    void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
+    void focusInEvent(QFocusEvent *event) override;
+
+private:
+    QString animationTypeName() const;
+    void setAnimationTypeName(const QString &name);
+    int injectionDelaySeconds() const;
+    void setInjectionDelaySeconds(int seconds);
+
+    friend class Vantora::OverlayController;
+    std::unique_ptr<Vantora::OverlayController> d;
+};
+
+#endif
