@@ -85,8 +85,7 @@ public:
 
     // PusherHelperDelegate
     void inject(const Poll &poll, const InteractionOptions &options, qint64 timestamp) override;
-    void inject(const Rating &rating, const InteractionOptions &options,
-                qint64 timestamp) override;
+    void inject(const Rating &rating, const InteractionOptions &options, qint64 timestamp) override;
     void inject(const QString &triviaID, const InteractionOptions &options,
                 qint64 timestamp) override;
     void updatedInfo(const std::optional<QList<Poll>> &polls,
@@ -113,8 +112,8 @@ private:
     void displayTrivia(const Trivia &trivia, qint64 time);
     /// Places a configured card below or beside the overlay, shows it and slides it in.
     void presentInteraction(VTAInteractionView *view);
-    void handleInteractionStart(bool pause, bool closeAfter, bool didAnswer,
-                                qint64 autocloseTime, const QString &id);
+    void handleInteractionStart(bool pause, bool closeAfter, bool didAnswer, qint64 autocloseTime,
+                                const QString &id);
     template <class View>
     View *makeView(View *custom);
 

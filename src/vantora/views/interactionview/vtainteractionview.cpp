@@ -103,6 +103,12 @@ void VTAInteractionView::startTimer()
     m_clockTimer = scheduler.every(std::chrono::seconds{1}, this, [this] { tick(); });
 }
 
+void VTAInteractionView::stopTimer()
+{
+    Scheduler::instance().cancel(m_clockTimer);
+    m_clockTimer = 0;
+}
+
 void VTAInteractionView::tick()
 {
     m_time = checkedSubtract(m_time, qint64{1}, "countdown");

@@ -68,6 +68,8 @@ public:
     void applyState(Vantora::InteractionState state);
     /// Starts the countdown from time(), replacing any running one.
     void startTimer();
+    /// Stops the countdown, if it runs.
+    void stopTimer();
     void displayTime();
     void closeIfCompleted();
     Q_INVOKABLE void closeTap();

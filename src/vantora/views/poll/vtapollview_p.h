@@ -52,6 +52,8 @@ public:
     const QList<VTAPollAnswerView *> &answerViews() const { return m_answerViews; }
     const std::optional<Vantora::Poll> &poll() const { return m_poll; }
     bool didEnd() const { return m_didEnd; }
+    /// Set when the broadcaster closes the poll while it shows.
+    void setDidEnd(bool ended) { m_didEnd = ended; }
     /// The votes of all answers as shown, the viewer's own included.
     qint64 totalVotes() const { return m_totalVotes; }
 

@@ -1,0 +1,302 @@
+// The display gate: one card at a time. A new item replaces the card on screen, waits once for a
+// card that is sliding out, and is otherwise dropped; cards slide in and out over 0.4 s, pause
+// the video when asked and close by themselves once answered when asked.
+
+#include "vantora/overlay/overlaycontroller_p.h"
+#include "vantora/toolkit/animation_p.h"
+#include "vantora/toolkit/consoleline_p.h"
+#include "vantora/toolkit/viewloader_p.h"
+#include "vantora/views/notice/vtanotice_p.h"
+#include "vantora/views/poll/vtapollview_p.h"
+#include "vantora/views/rating/vtaratingview_p.h"
+#include "vantora/views/trivia/vtatriviaview_p.h"
+
+#include <QPropertyAnimation>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace Vantora {
+
+namespace {
+
+constexpr auto slideDuration = 400ms;
+
+enum class ItemKind { poll, prediction, rating, quiz, unknown };
+
+ItemKind kindOfModule(const QString &module)
+{
+    if (module == u"polls"_s || module == u"poll"_s)
+        return ItemKind::poll;
+    if (module == u"predictions"_s || module == u"prediction"_s)
+        return ItemKind::prediction;
+    if (module == u"rating"_s)
+        return ItemKind::rating;
+    if (module == u"quiz"_s)
+        return ItemKind::quiz;
+    return ItemKind::unknown;
+}
+
+template <class Record>
+std::optional<Record> findByID(const QList<Record> &records, const QString &id)
+{
+    for (const Record &record : records) {
+        if (record.id == id)
+            return record;
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> answerFor(const QHash<QString, QString> &answers, const QString &id)
+{
+    const auto it = answers.constFind(id);
+    if (it == answers.cend())
+        return std::nullopt;
+    return *it;
+}
+
+} // namespace
+
+void OverlayController::displayInteraction(const QString &id, const QString &type,
+                                           const InteractionOptions &options, bool isRetry)
+{
+    if (state.currentInteraction) {
+        closeInteraction(state.currentInteraction);
+        handleInteractionCompleted(true);
+        Scheduler::instance().after(600ms, this, [this, id, type, options] {
+            completeDisplayInteraction(id, type, options);
+        });
+        return;
+    }
+    if (state.animating) {
+        if (!isRetry) {
+            Scheduler::instance().after(2s, this, [this, id, type, options] {
+                displayInteraction(id, type, options, true);
+            });
+        }
+        return;
+    }
+    completeDisplayInteraction(id, type, options);
+}
+
+void OverlayController::completeDisplayInteraction(const QString &id, const QString &type,
+                                                   const InteractionOptions &options)
+{
+    if (state.currentInteraction || state.animating)
+        return;
+    switch (kindOfModule(type)) {
+    case ItemKind::poll:
+    case ItemKind::prediction: {
+        const auto poll =
+            findByID(kindOfModule(type) == ItemKind::poll ? state.polls : state.predictions, id);
+        if (!poll)
+            return;
+        displayPoll(*poll, options.time);
+        handleInteractionStart(options.pause, options.closeAfter, state.pollAnswers.contains(id),
+                               poll->getAutoCloseTime(), id);
+        return;
+    }
+    case ItemKind::rating: {
+        const auto rating = findByID(state.ratings, id);
+        if (!rating)
+            return;
+        displayRating(*rating, options.time);
+        handleInteractionStart(options.pause, options.closeAfter, state.ratingAnswers.contains(id),
+                               rating->getAutoCloseTime(), id);
+        return;
+    }
+    case ItemKind::quiz: {
+        const std::optional<QString> token = userToken();
+        if (!token)
+            return;
+        VTAServiceManager::shared().getTriviaQuestion(
+            id, *token, state.channelID, state.broadcaster, this,
+            [this, id, options](ServiceResult<Trivia> result) {
+                if (!result)
+                    return;
+                Trivia trivia = result.value();
+                // The channel's document, not the question, knows the question's sponsors.
+                if (state.channelInfo && state.channelInfo->trivias) {
+                    for (const TriviaPromotions &entry : *state.channelInfo->trivias) {
+                        if (entry.id == trivia.question.id) {
+                            trivia.question.prizes = entry.prizes;
+                            break;
+                        }
+                    }
+                }
+                if (state.currentInteraction || state.animating)
+                    return;
+                displayTrivia(trivia, options.time);
+                handleInteractionStart(options.pause, options.closeAfter, trivia.answer.has_value(),
+                                       trivia.question.getAutoCloseTime(), id);
+            });
+        return;
+    }
+    case ItemKind::unknown:
+        return;
+    }
+}
+
+template <class View>
+View *OverlayController::makeView(View *custom)
+{
+    View *view = custom ? custom : fromNib<View>();
+    view->setParent(m_overlay); // the overlay owns its cards, the host's ones included
+    return view;
+}
+
+void OverlayController::displayPoll(const Poll &poll, qint64 time)
+{
+    printLine(u"VTA showing POLL");
+    VTALayoutDelegate *layout = state.layoutDelegate;
+    VTAPollView *view = makeView<VTAPollView>(layout ? layout->customPollView() : nullptr);
+    view->configure(poll, answerFor(state.pollAnswers, poll.id), time,
+                    VTAPointsInfo{state.totalCredits, state.totalExpoints, state.level},
+                    state.designInfo);
+    presentInteraction(view);
+}
+
+void OverlayController::displayRating(const Rating &rating, qint64 time)
+{
+    printLine(u"VTA showing RATING");
+    VTALayoutDelegate *layout = state.layoutDelegate;
+    VTARatingView *view = makeView<VTARatingView>(layout ? layout->customRatingView() : nullptr);
+    view->configure(rating, answerFor(state.ratingAnswers, rating.id), time,
+                    VTAPointsInfo{state.totalCredits, state.totalExpoints, state.level},
+                    state.designInfo);
+    presentInteraction(view);
+}
+
+void OverlayController::displayTrivia(const Trivia &trivia, qint64 time)
+{
+    printLine(u"VTA showing TRIVIA");
+    VTALayoutDelegate *layout = state.layoutDelegate;
+    VTATriviaView *view = makeView<VTATriviaView>(layout ? layout->customTriviaView() : nullptr);
+    view->configure(trivia, time,
+                    VTAPointsInfo{state.totalCredits, state.totalExpoints, state.level},
+                    state.designInfo);
+    presentInteraction(view);
+}
+
+void OverlayController::presentInteraction(VTAInteractionView *view)
+{
+    const qreal overlayWidth = m_overlay->width();
+    const qreal overlayHeight = m_overlay->height();
+    // Outside the overlay, flush right below it or at its resting height beyond it.
+    if (state.animationType == VTAAnimationType::fromBottom) {
+        view->setPosition({overlayWidth - view->width(), overlayHeight});
+    } else {
+        view->setPosition({overlayWidth, overlayHeight - view->height() - state.bottomMargin});
+    }
+    view->setDelegate(this);
+    view->setParentItem(m_overlay);
+    state.currentInteraction = view;
+    Q_EMIT m_overlay->interactionChanged();
+    if (state.animationType == VTAAnimationType::fromBottom) {
+        animateProperty(view, "y", view->y() - view->height() - state.bottomMargin, slideDuration,
+                        view);
+    } else {
+        animateProperty(view, "x", view->x() - view->width(), slideDuration, view);
+    }
+    sendAnalyticsEvent(view->getAnalyticsInfo(), u"view"_s, true);
+}
+
+void OverlayController::handleInteractionStart(bool pause, bool closeAfter, bool didAnswer,
+                                               qint64 autocloseTime, const QString &id)
+{
+    // An item the viewer already answered never stops the video.
+    if (pause && !didAnswer) {
+        requestPause();
+        state.lastPausedClockID = id;
+        state.didPauseVideo = true;
+    } else {
+        state.didPauseVideo = false;
+    }
+    state.willAutoClose = closeAfter;
+    state.autocloseTime = autocloseTime;
+    if (didAnswer && state.willAutoClose)
+        handleInteractionCompleted(false);
+    requestFocus();
+}
+
+void OverlayController::handleInteractionCompleted(bool didClose)
+{
+    if (state.didPauseVideo) {
+        state.didPauseVideo = false;
+        requestPlay();
+    }
+    if (!state.willAutoClose)
+        return;
+    state.willAutoClose = false;
+    if (didClose)
+        return;
+    const QPointer<VTAInteractionView> shown = state.currentInteraction;
+    if (!shown)
+        return;
+    const qint64 tag = shown->tag();
+    // Closes the card that was showing then, and only that one.
+    Scheduler::instance().after(secondsToMilliseconds(double(state.autocloseTime)), this,
+                                [this, tag] {
+                                    if (VTAInteractionView *current = state.currentInteraction;
+                                        current && current->tag() == tag)
+                                        closeInteraction(current);
+                                });
+}
+
+void OverlayController::closeInteraction(VTAInteractionView *view, bool /*fromButton*/)
+{
+    closeInteraction(view);
+}
+
+void OverlayController::closeInteraction(VTAInteractionView *view)
+{
+    state.animating = true;
+    view->setClosing(true);
+    view->stopTimer();
+    releaseFocus();
+
+    // A card closed while still sliding in turns back from where it is.
+    for (auto *running : view->findChildren<QPropertyAnimation *>(Qt::FindDirectChildrenOnly)) {
+        if (running->targetObject() == view
+            && (running->propertyName() == "x" || running->propertyName() == "y"))
+            running->stop();
+    }
+    QPropertyAnimation *slide = nullptr;
+    if (state.animationType == VTAAnimationType::fromBottom) {
+        slide = animateProperty(view, "y", view->y() + view->height() + state.bottomMargin,
+                                slideDuration, view);
+    } else {
+        slide = animateProperty(view, "x", view->x() + view->width(), slideDuration, view);
+    }
+    QObject::connect(slide, &QPropertyAnimation::finished, this, [this, view] {
+        view->setParentItem(nullptr);
+        view->deleteLater();
+        state.animating = false;
+    });
+
+    if (state.currentInteraction && state.currentInteraction->tag() == view->tag()) {
+        state.currentInteraction = nullptr;
+        Q_EMIT m_overlay->interactionChanged();
+    }
+    state.willAutoClose = false;
+    if (state.didPauseVideo) {
+        state.didPauseVideo = false;
+        requestPlay();
+    }
+}
+
+void OverlayController::followResize(const QSizeF &delta)
+{
+    // Cards stretch with the overlay and keep their distance to its bottom; notices keep theirs
+    // to its right edge.
+    for (QQuickItem *child : m_overlay->childItems()) {
+        if (auto *card = qobject_cast<VTAInteractionView *>(child)) {
+            card->setWidth(card->width() + delta.width());
+            card->setY(card->y() + delta.height());
+        } else if (qobject_cast<VTANotice *>(child)) {
+            child->setX(child->x() + delta.width());
+        }
+    }
+}
+
+} // namespace Vantora

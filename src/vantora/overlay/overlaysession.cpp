@@ -1,0 +1,278 @@
+// The session: start-up with the channel check, sign-in, the channel's content and its refresh,
+// and the reset before a second load.
+
+#include "vantora/overlay/overlaycontroller_p.h"
+#include "vantora/realtime/pusherclient_p.h"
+#include "vantora/toolkit/consoleline_p.h"
+#include "vantora/toolkit/fonts_p.h"
+#include "vantora/views/interactionview/vtainteractionview_p.h"
+#include "vantora/views/notice/vtanotice_p.h"
+
+#include <QSettings>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace Vantora {
+
+namespace {
+
+const QString tokenKey = u"userToken"_s;
+
+// The backend keys earlier answers by item id and an occasional suffix after "_"; the overlay
+// looks them up by item id alone.
+QHash<QString, QString> answersByItemID(const std::optional<QMap<QString, QString>> &answers)
+{
+    QHash<QString, QString> byID;
+    if (!answers)
+        return byID;
+    for (auto it = answers->cbegin(); it != answers->cend(); ++it) {
+        const qsizetype cut = it.key().indexOf(u'_');
+        byID.insert(cut < 0 ? it.key() : it.key().left(cut), it.value());
+    }
+    return byID;
+}
+
+} // namespace
+
+OverlayController::OverlayController(VTAOverlayView *overlay) : m_overlay(overlay) { }
+
+OverlayController::~OverlayController() = default;
+
+void OverlayController::load(const QString &channelID, const QString &broadcasterName,
+                             const VTAEnvironment &environment, VTAOverlayDelegate *delegate,
+                             const QString &language,
+                             const std::optional<QString> &userBroadcasterForeignID,
+                             const std::optional<QString> &userInitialName)
+{
+    // Stored first, so that closing the previous session's card already tells the new delegate.
+    state.language = language;
+    state.channelID = channelID;
+    state.broadcaster = broadcasterName;
+    state.environment = environment;
+    state.delegate = delegate;
+    state.userBroadcasterForeignID = userBroadcasterForeignID;
+    state.userInitialName = userInitialName;
+    VTAServiceManager::shared().setEnvironment(environment);
+    registerFontsIfNeeded();
+    if (!state.isStarting)
+        resetContents();
+    state.isStarting = false;
+    VTAServiceManager::shared().checkChannels(
+        state.broadcaster, this,
+        [this](ServiceResult<QList<Channel>> channels) { checkChannel(channels); });
+}
+
+void OverlayController::checkChannel(const ServiceResult<QList<Channel>> &channels)
+{
+    if (!channels) {
+        printLine(u"VTA - Could not verify channel");
+        return;
+    }
+    for (const Channel &channel : channels.value()) {
+        if (channel.channel == state.channelID) {
+            loadChannel();
+            return;
+        }
+    }
+    printLine(u"VTA - Channel not found");
+}
+
+void OverlayController::loadChannel()
+{
+    authenticate();
+    VTAServiceManager::shared().getChannelInfo(
+        state.channelID, state.broadcaster, this,
+        [this](ServiceResult<StreamerInfo> info) { getChannelInfo(info, false); });
+    pusherHelper.setDelegate(this, this);
+    pusherHelper.connect(state.channelID, state.broadcaster, state.environment);
+}
+
+std::optional<QString> OverlayController::storedToken()
+{
+    const QSettings settings;
+    if (!settings.contains(tokenKey))
+        return std::nullopt;
+    return settings.value(tokenKey).toString();
+}
+
+std::optional<QString> OverlayController::userToken() const
+{
+    if (state.user)
+        return state.user->token;
+    return storedToken();
+}
+
+void OverlayController::authenticate()
+{
+    auto &service = VTAServiceManager::shared();
+    // An empty stored token is still a token: the viewer is signed in with it, not registered.
+    if (const std::optional<QString> token = storedToken()) {
+        service.login(*token, state.broadcaster, state.channelID, this,
+                      [this](ServiceResult<User> user) {
+                          if (!user) {
+                              printLine(u"VTA - Failed login");
+                              return;
+                          }
+                          setUser(user.value());
+                          sendAnalyticsEvent({u"Login_with_token"_s, {}, {}}, u"view"_s, false);
+                      });
+        return;
+    }
+    service.registerUser(state.broadcaster, state.channelID, state.userBroadcasterForeignID,
+                         state.userInitialName, this, [this](ServiceResult<User> user) {
+                             if (!user) {
+                                 printLine(u"VTA - Failed register");
+                                 return;
+                             }
+                             setUser(user.value());
+                             QSettings settings;
+                             settings.setValue(tokenKey, user.value().token);
+                             settings.sync();
+                             sendAnalyticsEvent({u"Register"_s, {}, {}}, u"view"_s, false);
+                         });
+}
+
+void OverlayController::setUser(const User &user)
+{
+    state.user = user;
+    state.pollAnswers = answersByItemID(user.polls);
+    state.ratingAnswers = answersByItemID(user.ratings);
+    state.predictionResults.clear();
+    if (user.predictionsResults) {
+        for (auto it = user.predictionsResults->cbegin(); it != user.predictionsResults->cend();
+             ++it)
+            state.predictionResults.insert(it.key(), it.value());
+    }
+    state.totalCredits = user.amount_of_credits_won.value_or(0);
+    state.totalExpoints = user.expirience_points.value_or(0);
+    state.level = user.level;
+}
+
+void OverlayController::getChannelInfo(const ServiceResult<StreamerInfo> &result, bool isRefresh)
+{
+    if (!result) {
+        printLine(u"VTA Failed to get channel info");
+        return;
+    }
+    const StreamerInfo &info = result.value();
+    state.channelInfo = info;
+    state.polls = info.polls.value_or(QList<Poll>{});
+    state.ratings = info.ratings.value_or(QList<Rating>{});
+    state.predictions = info.predictions.value_or(QList<Poll>{});
+    state.designInfo.reset();
+    for (const DesignInfo &design : info.designs.value_or(QList<DesignInfo>{})) {
+        if (design.type == u"SmartTV"_s) {
+            state.designInfo = design;
+            break;
+        }
+    }
+
+    if (!isRefresh) {
+        scheduleContent(info, 0.0);
+        Scheduler::instance().after(std::chrono::seconds{2}, this,
+                                    [this] { handlePreviousInjections(); });
+        return;
+    }
+    // The overlay never marks itself playing, so a refresh keeps the timers it has.
+    if (!state.isPlaying)
+        return;
+    const double now = Scheduler::instance().wallClockSeconds();
+    const double videoTime = state.lastClockRefreshTimeStamp == 0
+        ? 0
+        : now - state.lastClockRefreshTimeStamp + state.lastClockRefreshTime;
+    clearTimers();
+    scheduleContent(info, videoTime);
+}
+
+void OverlayController::refreshData()
+{
+    printLine(u"VTA - Data refresh");
+    authenticate();
+    VTAServiceManager::shared().getChannelInfo(
+        state.channelID, state.broadcaster, this,
+        [this](ServiceResult<StreamerInfo> info) { getChannelInfo(info, true); });
+}
+
+void OverlayController::resetContents()
+{
+    if (state.currentInteraction)
+        closeInteraction(state.currentInteraction);
+    else if (state.currentNotice)
+        closeNotice(state.currentNotice, false);
+    clearTimers();
+    state.channelInfo.reset();
+    state.polls.clear();
+    state.predictions.clear();
+    state.ratings.clear();
+    state.pollAnswers.clear();
+    state.ratingAnswers.clear();
+    state.predictionResults.clear();
+    state.lastClockRefreshTime = 0;
+    state.lastClockRefreshTimeStamp = 0;
+    state.lastPausedClockID.reset();
+    pusherHelper.close();
+}
+
+void OverlayController::clearTimers()
+{
+    for (const TimerId timer : std::as_const(state.timerList))
+        Scheduler::instance().cancel(timer);
+    state.timerList.clear();
+}
+
+void OverlayController::setInjectionDelay(std::optional<qint64> seconds)
+{
+    if (seconds && *seconds < 1)
+        seconds.reset();
+    state.injectionDelay = seconds;
+    pusherHelper.setInjectionDelay(seconds);
+}
+
+bool OverlayController::closeInteractionIfNeeded()
+{
+    if (state.currentInteraction) {
+        closeInteraction(state.currentInteraction);
+        return true;
+    }
+    if (state.currentNotice) {
+        closeNotice(state.currentNotice, false);
+        return true;
+    }
+    return false;
+}
+
+void OverlayController::leftWindow()
+{
+    // Only the live connection goes; the clock's timers and whatever shows stay.
+    pusherHelper.close();
+}
+
+void OverlayController::requestPause()
+{
+    if (VTAOverlayDelegate *host = state.delegate)
+        host->overlayRequestedPause();
+    Q_EMIT m_overlay->pauseRequested();
+}
+
+void OverlayController::requestPlay()
+{
+    if (VTAOverlayDelegate *host = state.delegate)
+        host->overlayRequestedPlay();
+    Q_EMIT m_overlay->playRequested();
+}
+
+void OverlayController::requestFocus()
+{
+    if (VTAOverlayDelegate *host = state.delegate)
+        host->overlayRequestedFocus();
+    Q_EMIT m_overlay->focusRequested();
+}
+
+void OverlayController::releaseFocus()
+{
+    if (VTAOverlayDelegate *host = state.delegate)
+        host->overlayReleasedFocus();
+    Q_EMIT m_overlay->focusReleased();
+}
+
+} // namespace Vantora
