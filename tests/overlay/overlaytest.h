@@ -130,6 +130,7 @@ protected:
         answer("/userApi/streamer/getInfo", Vantora::Json::encode(channel()));
         answer("/userApi/analytics/add", R"({"status":"ok"})");
         answer("/star.png", "");
+        answer("/", ""); // an item without a picture asks for the media root
         answerReply("/userApi/poll/answer_new/", "p1", 10, 5, "4");
         window.resize(1920, 1080);
         overlay = new VTAOverlayView(window.contentItem());
@@ -151,7 +152,9 @@ protected:
         QJsonObject data{{u"userId"_s, u"u1"_s},
                          {u"questionId"_s, QString::fromLatin1(id)},
                          {u"ratingId"_s, QString::fromLatin1(id)},
-                         {u"answer"_s, u"Home"_s},
+                         {u"answer"_s,
+                          QString::fromLatin1(path).contains(u"rating"_s) ? QJsonValue(4)
+                                                                          : QJsonValue(u"Home"_s)},
                          {u"channelId"_s, u"ch1"_s},
                          {u"isAnswered"_s, true},
                          {u"expoints_given"_s, expoints}};
