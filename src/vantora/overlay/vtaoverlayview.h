@@ -79,7 +79,8 @@ public:
  *
  * From C++:
  *
- *   auto *overlay = new VTAOverlayView(playerItem);   // fills its parent
+ *   auto *overlay = new VTAOverlayView(playerItem);
+ *   overlay->setSize(playerItem->size());             // full size, over the picture
  *   overlay->load(u"1001"_s, u"acme"_s, VTAEnvironment::productionDefault(), &bridge);
  *   ...
  *   overlay->videoPlaying(player.position());         // while playing, as often as you like
