@@ -308,3 +308,18 @@ TEST_F(LiveTest, reportsCarryTheLatestAttributionAndNeedAToken)
     controller->sendAnalyticsEvent({u"Polls"_s, {}, {}}, u"view"_s, true);
     EXPECT_EQ(reports().size(), before) << "no viewer, no report";
 }
+
+TEST_F(LiveTest, theBackKeyClosesTheCardBeforeTheNotice)
+{
+    answerReply("/userApi/poll/answer_new/", "pr1", 0, std::nullopt, nullptr);
+    vote(poll(u"pr1"_s, u"prediction"_s));
+    controller->didReceivePredictionResult({u"Home"_s, 10, u"pr1"_s});
+    ASSERT_TRUE(card());
+    ASSERT_TRUE(state().currentNotice);
+    EXPECT_TRUE(overlay->closeInteractionIfNeeded());
+    EXPECT_FALSE(card());
+    EXPECT_TRUE(state().currentNotice) << "one press, one thing closed";
+    EXPECT_TRUE(overlay->closeInteractionIfNeeded());
+    EXPECT_FALSE(state().currentNotice);
+    EXPECT_FALSE(overlay->closeInteractionIfNeeded());
+}

@@ -3,6 +3,9 @@
 #include "overlaytest.h"
 #include "vantora/realtime/pusherclient_p.h"
 
+#include <QQmlComponent>
+#include <QQmlEngine>
+
 using namespace Vantora;
 using namespace Vantora::TestSupport;
 using namespace OverlayTesting;
@@ -208,4 +211,42 @@ TEST_F(OverlayTest, propertiesAndTheWindowRules)
     overlay->setParentItem(window.contentItem());
     clock.advanceBy(std::chrono::seconds{30});
     EXPECT_EQ(client->state(), PusherClient::State::Disconnected) << "only a load reconnects";
+}
+
+TEST_F(OverlayTest, aHostsQmlPutsTheOverlayOverItsPlayerAndHearsItsSignals)
+{
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData(R"(
+        import QtQuick
+        import Vantora
+        Item {
+            width: 1920; height: 1080
+            property int pauses: 0
+            VTAOverlayView {
+                objectName: "overlay"
+                anchors.fill: parent
+                animationType: "fromRight"
+                injectionDelay: 3
+                onPauseRequested: parent.pauses += 1
+            }
+        })",
+                      QUrl(u"qrc:/host/Player.qml"_s));
+    std::unique_ptr<QObject> player(component.create());
+    ASSERT_TRUE(player) << component.errorString().toStdString();
+    auto *hosted = player->findChild<VTAOverlayView *>(u"overlay"_s);
+    ASSERT_TRUE(hosted);
+    EXPECT_EQ(hosted->size(), QSizeF(1920, 1080));
+    EXPECT_EQ(hosted->animationType(), VTAAnimationType::fromRight);
+    EXPECT_EQ(hosted->injectionDelay(), 3);
+
+    QMetaObject::invokeMethod(hosted, "load", Q_ARG(QString, u"ch1"_s), Q_ARG(QString, u"bc"_s),
+                              Q_ARG(QString, u"test"_s));
+    EXPECT_EQ(VTAServiceManager::shared().environment(), VTAEnvironment::testDefault());
+    EXPECT_EQ(backend->requests().last().url.path(), u"/channels/bc__test3.json"_s);
+    OverlayController *behind = OverlayController::of(hosted);
+    behind->state.polls = channel().polls.value();
+    behind->displayInteraction(u"p1"_s, u"polls"_s, {30, true, false, false}, false);
+    EXPECT_EQ(player->property("pauses").toInt(), 1);
+    EXPECT_TRUE(hosted->property("displayingInteraction").toBool());
 }
