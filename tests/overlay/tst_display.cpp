@@ -226,3 +226,19 @@ TEST_F(DisplayTest, aQuizIsFetchedWithItsChannelPromotionsAndNeedsAToken)
     EXPECT_EQ(linesOf([&] { show(u"q7"_s, u"quiz"_s); }), QStringList{});
     EXPECT_EQ(backend->requests().size(), before) << "no token, no question";
 }
+
+TEST_F(DisplayTest, theRemotesFocusGoesToTheCardOnScreen)
+{
+    // The host answers every focus request by focusing the overlay.
+    QObject::connect(overlay, &VTAOverlayView::focusRequested, overlay,
+                     [this] { overlay->forceActiveFocus(); });
+    show(u"p1"_s, u"polls"_s);
+    ASSERT_TRUE(card());
+    EXPECT_TRUE(card()->hasActiveFocus());
+    EXPECT_TRUE(card()->isAncestorOf(window.activeFocusItem()));
+
+    show(u"p2"_s, u"polls"_s);
+    clock.advanceBy(600ms);
+    ASSERT_EQ(shownID(), u"p2"_s);
+    EXPECT_TRUE(card()->isAncestorOf(window.activeFocusItem())) << "the replacement has it";
+}
