@@ -5,16 +5,30 @@
 #include <vantora/records/interactionrecords.h>
 #include <vantora/records/promotion.h>
 #include <vantora/records/relaxedstring.h>
+#include <vantora/records/sessioninfo.h>
 #include <vantora/records/streamerinfo.h>
 #include <vantora/records/userrecords.h>
 #include <vantora/records/vtadeployment.h>
 #include <vantora/records/vtaenvironment.h>
 #include <vantora/version.h>
+#include <vantora/views/infoview/vtainfoview.h>
+#include <vantora/views/interactionview/vtainteractionview.h>
+#include <vantora/views/notice/vtanotice.h>
+#include <vantora/views/poll/vtapollanswerview.h>
+#include <vantora/views/poll/vtapollview.h>
+#include <vantora/views/rating/vtaratinganswerview.h>
+#include <vantora/views/rating/vtaratingview.h>
+#include <vantora/views/trivia/vtatriviaanswerview.h>
+#include <vantora/views/trivia/vtatriviaview.h>
+#include <vantora/views/vtaviews.h>
 
 #include <QGuiApplication>
+#include <QQmlEngine>
+#include <QStringList>
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 // The player's side of the overlay.
 class PlayerBridge : public VTAOverlayDelegate
@@ -26,6 +40,69 @@ public:
     void overlayRequestedFocus() override { }
     void overlayReleasedFocus() override { }
 };
+
+// The host's own poll card: its own layout, and a note of the hooks the card calls.
+class HostPollView : public VTAPollView
+{
+    Q_OBJECT
+    Q_CLASSINFO("VantoraLayout", "qrc:/host/HostPollView.qml")
+
+public:
+    QStringList hooks;
+    void didAnswerPoll() override { hooks.append(QStringLiteral("didAnswerPoll")); }
+    void didLoadPoll() override { hooks.append(QStringLiteral("didLoadPoll")); }
+};
+
+class HostLayouts : public VTALayoutDelegate
+{
+public:
+    VTAPollView *customPollView() override { return VTAViews::create<HostPollView>(); }
+};
+
+// Makes the host's card the way the overlay would, shows a poll the viewer has voted in, and
+// checks that the library called the host's hooks and filled the host's layout.
+bool hostCardWorks()
+{
+    qmlRegisterType<HostPollView>("HostCards", 1, 0, "HostPollViewBase");
+    HostLayouts layouts;
+    VTALayoutDelegate &delegate = layouts;
+    std::unique_ptr<VTAPollView> card(delegate.customPollView());
+    auto *host = qobject_cast<HostPollView *>(card.get());
+    if (!host || card->width() != 1400) {
+        std::puts("consumer: the factory did not make the host's card from its layout");
+        return false;
+    }
+
+    Vantora::Poll poll;
+    poll.id = QStringLiteral("p1");
+    poll.question = QStringLiteral("Who scores next?");
+    poll.questionType = QStringLiteral("poll");
+    poll.viewType = QStringLiteral("percentage");
+    poll.status = QStringLiteral("active");
+    poll.answers.append({QStringLiteral("Home"), {}, {}, false, {}, 3});
+    poll.answers.append({QStringLiteral("Away"), {}, {}, false, {}, 1});
+    card->configure(poll, QStringLiteral("Home"), 20, {}, std::nullopt);
+
+    const QStringList expected = {QStringLiteral("didAnswerPoll"), QStringLiteral("didLoadPoll")};
+    if (host->hooks != expected || card->state() != Vantora::InteractionState::completed
+        || card->answerViews().size() != 2 || card->totalVotes() != 4
+        || card->titleLabel()->property("text").toString() != poll.question
+        || card->answerViews().first()->statsLabel()->property("text").toString()
+            != QLatin1String("75.0%")) {
+        std::printf("consumer: unexpected host card: hooks %s, %lld rows, %lld votes\n",
+                    qPrintable(host->hooks.join(u',')),
+                    static_cast<long long>(card->answerViews().size()),
+                    static_cast<long long>(card->totalVotes()));
+        return false;
+    }
+    // The built-in card comes from the library's own layout.
+    std::unique_ptr<VTATriviaView> trivia(VTAViews::create<VTATriviaView>());
+    if (!trivia || !trivia->infoView() || !trivia->answerStack()) {
+        std::puts("consumer: the library's trivia card did not load");
+        return false;
+    }
+    return true;
+}
 
 int main(int argc, char *argv[])
 {
@@ -65,6 +142,10 @@ int main(int argc, char *argv[])
         std::puts("consumer: unexpected results from the installed library");
         return 1;
     }
+    if (!hostCardWorks())
+        return 1;
     std::printf("consumer: linked against Vantora %s\n", Vantora::runtimeVersion());
     return 0;
 }
+
+#include "main.moc"

@@ -10,8 +10,8 @@
 #include "vantora/records/jsoncodec_p.h"
 #include "vantora/service/vtaservicemanager_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
-#include "vantora/views/interactionview/vtainteractionview_p.h"
-#include "vantora/views/notice/vtanotice_p.h"
+#include <vantora/views/interactionview/vtainteractionview.h>
+#include <vantora/views/notice/vtanotice.h>
 
 #include <vantora/overlay/vtaoverlayview.h>
 

@@ -3,8 +3,8 @@
 
 #include "overlaytest.h"
 #include "vantora/toolkit/viewloader_p.h"
-#include "vantora/views/poll/vtapollview_p.h"
-#include "vantora/views/trivia/vtatriviaview_p.h"
+#include <vantora/views/poll/vtapollview.h>
+#include <vantora/views/trivia/vtatriviaview.h>
 
 using namespace Vantora;
 using namespace Vantora::TestSupport;

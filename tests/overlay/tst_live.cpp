@@ -2,10 +2,11 @@
 // events, prediction settlements with their notice, and the attribution of analytics reports.
 
 #include "overlaytest.h"
-#include "vantora/views/infoview/vtainfoview_p.h"
-#include "vantora/views/poll/vtapollview_p.h"
-#include "vantora/views/rating/vtaratingview_p.h"
-#include "vantora/views/trivia/vtatriviaview_p.h"
+#include "vantora/toolkit/focustvbutton_p.h"
+#include <vantora/views/infoview/vtainfoview.h>
+#include <vantora/views/poll/vtapollview.h>
+#include <vantora/views/rating/vtaratingview.h>
+#include <vantora/views/trivia/vtatriviaview.h>
 
 using namespace Vantora;
 using namespace Vantora::TestSupport;

@@ -1,6 +1,8 @@
 #include "viewtest.h"
 
 #include "vantora/toolkit/focustvbutton_p.h"
+#include "vantora/toolkit/imageview_p.h"
+#include "vantora/views/promotionview/promotionview_p.h"
 
 #include <QBuffer>
 #include <QSignalSpy>

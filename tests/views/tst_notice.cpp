@@ -1,6 +1,9 @@
 #include "viewtest.h"
 
-#include "vantora/views/notice/vtanotice_p.h"
+#include "vantora/toolkit/focustvbutton_p.h"
+#include "vantora/toolkit/imageview_p.h"
+#include "vantora/views/notice/noticedelegate_p.h"
+#include <vantora/views/notice/vtanotice.h>
 
 #include <QQmlEngine>
 #include <QTest>
@@ -196,7 +199,7 @@ TEST_F(NoticeTest, tagsStayDistinctWithinOneMillisecond)
 TEST_F(NoticeTest, aHostSubclassLoadsWithItsOwnLayout)
 {
     qmlRegisterType<HostNotice>("HostCards", 1, 0, "HostNoticeBase");
-    std::unique_ptr<HostNotice> host(fromNib<HostNotice>());
+    std::unique_ptr<HostNotice> host(VTAViews::create<HostNotice>());
     ASSERT_NE(host, nullptr);
     EXPECT_EQ(host->width(), 500) << "the host's layout, not the library's";
     host->configure({QStringLiteral("Home"), 3, {}}, prediction(), true, 3, QStringLiteral("Home"),

@@ -2,7 +2,7 @@
 
 #include "../service/servicetest.h"
 #include "vantora/toolkit/focustvbutton_p.h"
-#include "vantora/views/poll/vtapollview_p.h"
+#include <vantora/views/poll/vtapollview.h>
 
 #include <QQmlEngine>
 #include <QTest>
@@ -31,7 +31,10 @@ class HostPollView : public VTAPollView
     Q_CLASSINFO("VantoraLayout", "qrc:/host/HostPollView.qml")
 
 public:
-    VTAPollAnswerView *createAnswerView() override { return fromNib<HostPollAnswerView>(); }
+    VTAPollAnswerView *createAnswerView() override
+    {
+        return VTAViews::create<HostPollAnswerView>();
+    }
 };
 
 Poll matchPoll(const char *status = "active", const char *questionType = "poll",

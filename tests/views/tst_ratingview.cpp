@@ -1,7 +1,8 @@
 #include "viewtest.h"
 
 #include "vantora/toolkit/focustvbutton_p.h"
-#include "vantora/views/rating/vtaratingview_p.h"
+#include "vantora/toolkit/imageview_p.h"
+#include <vantora/views/rating/vtaratingview.h>
 
 #include <QBuffer>
 #include <QJsonDocument>
@@ -400,7 +401,7 @@ TEST_F(RatingTest, theRemoteReachesTheInfoBarAndComesBackToTheSteps)
 TEST_F(RatingTest, aHostSubclassLoadsWithItsOwnLayout)
 {
     qmlRegisterType<HostRatingView>("HostCards", 1, 0, "HostRatingViewBase");
-    std::unique_ptr<HostRatingView> host(fromNib<HostRatingView>());
+    std::unique_ptr<HostRatingView> host(VTAViews::create<HostRatingView>());
     ASSERT_NE(host, nullptr);
     EXPECT_EQ(host->width(), 1000) << "the host's layout, not the library's";
     host->setParentItem(window.contentItem());

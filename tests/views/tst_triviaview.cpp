@@ -2,8 +2,10 @@
 
 #include "../service/servicetest.h"
 #include "vantora/toolkit/focustvbutton_p.h"
+#include "vantora/toolkit/imageview_p.h"
+#include "vantora/views/promotionview/promotionview_p.h"
 #include "vantora/views/trivia/answermarks_p.h"
-#include "vantora/views/trivia/vtatriviaview_p.h"
+#include <vantora/views/trivia/vtatriviaview.h>
 
 #include <QBuffer>
 #include <QQmlEngine>
@@ -373,7 +375,7 @@ TEST_F(TriviaTest, theDesignColoursTheAnswersAndTheVerdict)
 TEST_F(TriviaTest, aHostsTriviaCardLoadsItsOwnLayout)
 {
     qmlRegisterType<HostTriviaView>("HostCards", 1, 0, "HostTriviaViewBase");
-    std::unique_ptr<HostTriviaView> host(fromNib<HostTriviaView>());
+    std::unique_ptr<HostTriviaView> host(VTAViews::create<HostTriviaView>());
     ASSERT_NE(host, nullptr);
     EXPECT_EQ(host->width(), 1400);
     host->setDelegate(&overlay);

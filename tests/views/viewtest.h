@@ -6,7 +6,7 @@
 #include "vantora/toolkit/viewloader_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
 #include "vantora/views/interactiondelegate_p.h"
-#include "vantora/views/interactionview/vtainteractionview_p.h"
+#include <vantora/views/interactionview/vtainteractionview.h>
 
 #include <QQuickWindow>
 

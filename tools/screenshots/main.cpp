@@ -7,9 +7,11 @@
 
 #include "vantora/toolkit/colors_p.h"
 #include "vantora/toolkit/focustvbutton_p.h"
+#include "vantora/toolkit/imageview_p.h"
 #include "vantora/toolkit/viewloader_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
-#include "vantora/views/interactionview/vtainteractionview_p.h"
+#include "vantora/views/promotionview/promotionview_p.h"
+#include <vantora/views/interactionview/vtainteractionview.h>
 
 #include <QDir>
 #include <QGuiApplication>

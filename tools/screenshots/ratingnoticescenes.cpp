@@ -2,9 +2,10 @@
 
 #include "gallery.h"
 
+#include "vantora/toolkit/focustvbutton_p.h"
 #include "vantora/toolkit/viewloader_p.h"
-#include "vantora/views/notice/vtanotice_p.h"
-#include "vantora/views/rating/vtaratingview_p.h"
+#include <vantora/views/notice/vtanotice.h>
+#include <vantora/views/rating/vtaratingview.h>
 
 #include <QQuickItem>
 

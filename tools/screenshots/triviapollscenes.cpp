@@ -2,9 +2,10 @@
 
 #include "gallery.h"
 
+#include "vantora/toolkit/focustvbutton_p.h"
 #include "vantora/toolkit/viewloader_p.h"
-#include "vantora/views/poll/vtapollview_p.h"
-#include "vantora/views/trivia/vtatriviaview_p.h"
+#include <vantora/views/poll/vtapollview.h>
+#include <vantora/views/trivia/vtatriviaview.h>
 
 #include <memory>
 

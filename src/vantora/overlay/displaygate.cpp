@@ -6,10 +6,10 @@
 #include "vantora/toolkit/animation_p.h"
 #include "vantora/toolkit/consoleline_p.h"
 #include "vantora/toolkit/viewloader_p.h"
-#include "vantora/views/notice/vtanotice_p.h"
-#include "vantora/views/poll/vtapollview_p.h"
-#include "vantora/views/rating/vtaratingview_p.h"
-#include "vantora/views/trivia/vtatriviaview_p.h"
+#include <vantora/views/notice/vtanotice.h>
+#include <vantora/views/poll/vtapollview.h>
+#include <vantora/views/rating/vtaratingview.h>
+#include <vantora/views/trivia/vtatriviaview.h>
 
 #include <QPropertyAnimation>
 

@@ -5,8 +5,8 @@
 #include "vantora/realtime/pusherclient_p.h"
 #include "vantora/toolkit/consoleline_p.h"
 #include "vantora/toolkit/fonts_p.h"
-#include "vantora/views/interactionview/vtainteractionview_p.h"
-#include "vantora/views/notice/vtanotice_p.h"
+#include <vantora/views/interactionview/vtainteractionview.h>
+#include <vantora/views/notice/vtanotice.h>
 
 #include <QSettings>
 

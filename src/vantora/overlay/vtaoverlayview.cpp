@@ -1,6 +1,6 @@
 #include "vantora/overlay/overlaycontroller_p.h"
-#include "vantora/views/interactionview/vtainteractionview_p.h"
-#include "vantora/views/notice/vtanotice_p.h"
+#include <vantora/views/interactionview/vtainteractionview.h>
+#include <vantora/views/notice/vtanotice.h>
 
 #include <vantora/overlay/vtaoverlayview.h>
 

@@ -1,13 +1,18 @@
-#include "vantora/views/interactionview/vtainteractionview_p.h"
+#include <vantora/views/interactionview/vtainteractionview.h>
 
 #include "vantora/service/vtaservicemanager_p.h"
 #include "vantora/toolkit/animation_p.h"
 #include "vantora/toolkit/checkedmath_p.h"
 #include "vantora/toolkit/colors_p.h"
+#include "vantora/toolkit/focustvbutton_p.h"
+#include "vantora/toolkit/imageview_p.h"
 #include "vantora/toolkit/itemlayout_p.h"
 #include "vantora/toolkit/numbertext_p.h"
 #include "vantora/toolkit/outlets_p.h"
+#include "vantora/toolkit/scheduler_p.h"
 #include "vantora/toolkit/viewloader_p.h"
+#include "vantora/views/interactiondelegate_p.h"
+#include "vantora/views/promotionview/promotionview_p.h"
 #include "vantora/views/viewtag_p.h"
 
 #include <QKeyEvent>
@@ -25,38 +30,182 @@ bool hasText(const std::optional<QString> &text)
 
 } // namespace
 
-VTAInteractionView::VTAInteractionView(QQuickItem *parent) : QQuickItem(parent)
+class VTAInteractionViewPrivate
+{
+public:
+    QPointer<Vantora::ImageView> mainIcon;
+    QPointer<QQuickItem> titleLabel;
+    QPointer<QQuickItem> answerStack;
+    QPointer<QQuickItem> indicator;
+    QPointer<Vantora::ImageView> backgroundView;
+    QPointer<QQuickItem> mainContainer;
+    QPointer<QQuickItem> infoContainer;
+    QPointer<QQuickItem> promotionContainer;
+    QPointer<QQuickItem> promotionFlipContainer;
+    QPointer<QQuickItem> scrollView;
+    QPointer<QQuickItem> promotionFlipHolder; ///< where a flipping promotion sits, if not all over
+    QPointer<VTAInfoView> infoView;
+    QPointer<Vantora::PromotionView> promotionView;
+    QPointer<QObject> delegate;
+    QString identifier;
+    Vantora::InteractionState state = Vantora::InteractionState::active;
+    bool didAnswer = false;
+    qint64 time = 0;
+    Vantora::TimerId clockTimer = 0;
+    bool isClosing = false;
+    qint64 tag = 0;
+};
+
+VTAInteractionView::VTAInteractionView(QQuickItem *parent)
+    : QQuickItem(parent), d_ptr(std::make_unique<VTAInteractionViewPrivate>())
 {
     setFlag(ItemIsFocusScope);
 }
 
 VTAInteractionView::~VTAInteractionView()
 {
-    Scheduler::instance().cancel(m_clockTimer);
+    Q_D(VTAInteractionView);
+    Scheduler::instance().cancel(d->clockTimer);
+}
+
+QObject *VTAInteractionView::delegateObject() const
+{
+    return d_func()->delegate;
+}
+
+QString VTAInteractionView::identifier() const
+{
+    return d_func()->identifier;
+}
+
+void VTAInteractionView::setIdentifier(const QString &identifier)
+{
+    d_func()->identifier = identifier;
+}
+
+InteractionState VTAInteractionView::state() const
+{
+    return d_func()->state;
+}
+
+bool VTAInteractionView::didAnswer() const
+{
+    return d_func()->didAnswer;
+}
+
+void VTAInteractionView::setDidAnswer(bool answered)
+{
+    d_func()->didAnswer = answered;
+}
+
+qint64 VTAInteractionView::time() const
+{
+    return d_func()->time;
+}
+
+void VTAInteractionView::setTime(qint64 seconds)
+{
+    d_func()->time = seconds;
+}
+
+bool VTAInteractionView::isClosing() const
+{
+    return d_func()->isClosing;
+}
+
+void VTAInteractionView::setClosing(bool closing)
+{
+    d_func()->isClosing = closing;
+}
+
+qint64 VTAInteractionView::tag() const
+{
+    return d_func()->tag;
+}
+
+VTAInfoView *VTAInteractionView::infoView() const
+{
+    return d_func()->infoView;
+}
+
+ImageView *VTAInteractionView::mainIcon() const
+{
+    return d_func()->mainIcon;
+}
+
+QQuickItem *VTAInteractionView::titleLabel() const
+{
+    return d_func()->titleLabel;
+}
+
+QQuickItem *VTAInteractionView::answerStack() const
+{
+    return d_func()->answerStack;
+}
+
+QQuickItem *VTAInteractionView::indicator() const
+{
+    return d_func()->indicator;
+}
+
+ImageView *VTAInteractionView::backgroundView() const
+{
+    return d_func()->backgroundView;
+}
+
+QQuickItem *VTAInteractionView::mainContainer() const
+{
+    return d_func()->mainContainer;
+}
+
+QQuickItem *VTAInteractionView::infoContainer() const
+{
+    return d_func()->infoContainer;
+}
+
+QQuickItem *VTAInteractionView::promotionContainer() const
+{
+    return d_func()->promotionContainer;
+}
+
+QQuickItem *VTAInteractionView::promotionFlipContainer() const
+{
+    return d_func()->promotionFlipContainer;
+}
+
+QQuickItem *VTAInteractionView::scrollView() const
+{
+    return d_func()->scrollView;
+}
+
+PromotionView *VTAInteractionView::promotionView() const
+{
+    return d_func()->promotionView;
 }
 
 void VTAInteractionView::componentComplete()
 {
+    Q_D(VTAInteractionView);
     QQuickItem::componentComplete();
     Outlets(this)
-        .bind(m_mainIcon, "mainIcon")
-        .bind(m_titleLabel, "titleLabel")
-        .bind(m_answerStack, "answerStack")
-        .bind(m_indicator, "indicator")
-        .bind(m_backgroundView, "backgroundView")
-        .bind(m_mainContainer, "mainContainer")
-        .bind(m_infoContainer, "infoContainer")
-        .bind(m_promotionContainer, "promotionContainer")
-        .bind(m_promotionFlipContainer, "promotionFlipContainer")
-        .bind(m_scrollView, "scrollView")
-        .bindOptional(m_promotionFlipHolder, "promotionFlipHolder");
-    m_infoView = createInfo();
-    if (!m_infoView)
+        .bind(d->mainIcon, "mainIcon")
+        .bind(d->titleLabel, "titleLabel")
+        .bind(d->answerStack, "answerStack")
+        .bind(d->indicator, "indicator")
+        .bind(d->backgroundView, "backgroundView")
+        .bind(d->mainContainer, "mainContainer")
+        .bind(d->infoContainer, "infoContainer")
+        .bind(d->promotionContainer, "promotionContainer")
+        .bind(d->promotionFlipContainer, "promotionFlipContainer")
+        .bind(d->scrollView, "scrollView")
+        .bindOptional(d->promotionFlipHolder, "promotionFlipHolder");
+    d->infoView = createInfo();
+    if (!d->infoView)
         return;
-    fillParent(m_infoView, m_infoContainer);
-    connect(m_infoView->closeButton(), &FocusTvButton::primaryActionTriggered, this,
+    fillParent(d->infoView, d->infoContainer);
+    connect(d->infoView->closeButton(), &FocusTvButton::primaryActionTriggered, this,
             &VTAInteractionView::closeTap);
-    connect(m_infoView->accountButton(), &FocusTvButton::primaryActionTriggered, this,
+    connect(d->infoView->accountButton(), &FocusTvButton::primaryActionTriggered, this,
             &VTAInteractionView::accountTap);
 }
 
@@ -67,57 +216,64 @@ VTAInfoView *VTAInteractionView::createInfo()
 
 void VTAInteractionView::setDelegate(QObject *delegate)
 {
-    m_delegate = delegate;
+    Q_D(VTAInteractionView);
+    d->delegate = delegate;
 }
 
 InteractionDelegate *VTAInteractionView::delegate() const
 {
-    return qobject_cast<InteractionDelegate *>(m_delegate.get());
+    Q_D(const VTAInteractionView);
+    return qobject_cast<InteractionDelegate *>(d->delegate.get());
 }
 
 void VTAInteractionView::stampTag()
 {
-    m_tag = nextViewTag();
+    Q_D(VTAInteractionView);
+    d->tag = nextViewTag();
 }
 
 void VTAInteractionView::applyState(InteractionState state)
 {
-    m_state = state;
+    Q_D(VTAInteractionView);
+    d->state = state;
     const bool active = state == InteractionState::active;
     const bool loading = state == InteractionState::loading;
-    if (m_infoView) {
-        m_infoView->timerView()->setVisible(active);
-        m_infoView->pointsView()->setVisible(!active);
+    if (d->infoView) {
+        d->infoView->timerView()->setVisible(active);
+        d->infoView->pointsView()->setVisible(!active);
     }
-    m_mainIcon->setVisible(!loading);
-    m_indicator->setVisible(loading);
-    m_indicator->setProperty("running", loading);
+    d->mainIcon->setVisible(!loading);
+    d->indicator->setVisible(loading);
+    d->indicator->setProperty("running", loading);
     if (state == InteractionState::completed)
         markDone();
 }
 
 void VTAInteractionView::startTimer()
 {
+    Q_D(VTAInteractionView);
     Scheduler &scheduler = Scheduler::instance();
-    scheduler.cancel(m_clockTimer);
-    m_clockTimer = scheduler.every(std::chrono::seconds{1}, this, [this] { tick(); });
+    scheduler.cancel(d->clockTimer);
+    d->clockTimer = scheduler.every(std::chrono::seconds{1}, this, [this] { tick(); });
 }
 
 void VTAInteractionView::stopTimer()
 {
-    Scheduler::instance().cancel(m_clockTimer);
-    m_clockTimer = 0;
+    Q_D(VTAInteractionView);
+    Scheduler::instance().cancel(d->clockTimer);
+    d->clockTimer = 0;
 }
 
 void VTAInteractionView::tick()
 {
-    m_time = checkedSubtract(m_time, qint64{1}, "countdown");
+    Q_D(VTAInteractionView);
+    d->time = checkedSubtract(d->time, qint64{1}, "countdown");
     displayTime();
-    if (m_time != 0)
+    if (d->time != 0)
         return;
-    Scheduler::instance().cancel(m_clockTimer);
-    m_clockTimer = 0;
-    if (m_state == InteractionState::active && !m_isClosing) {
+    Scheduler::instance().cancel(d->clockTimer);
+    d->clockTimer = 0;
+    if (d->state == InteractionState::active && !d->isClosing) {
         if (InteractionDelegate *overlay = delegate())
             overlay->closeInteraction(this, false);
     }
@@ -125,20 +281,22 @@ void VTAInteractionView::tick()
 
 void VTAInteractionView::displayTime()
 {
-    if (!m_infoView)
+    Q_D(VTAInteractionView);
+    if (!d->infoView)
         return;
-    const qint64 minutes = m_time / 60;
-    const qint64 seconds = m_time % 60;
-    const bool long_ = m_time >= 60 || m_time <= -60;
-    m_infoView->timerLabel1()->setProperty(
-        "text", long_ ? QString::number(minutes) + u"m"_s : QString::number(m_time));
-    m_infoView->timerLabel2()->setProperty("text",
-                                           long_ ? QString::number(seconds) + u" SEC"_s : u"SEC"_s);
+    const qint64 minutes = d->time / 60;
+    const qint64 seconds = d->time % 60;
+    const bool long_ = d->time >= 60 || d->time <= -60;
+    d->infoView->timerLabel1()->setProperty(
+        "text", long_ ? QString::number(minutes) + u"m"_s : QString::number(d->time));
+    d->infoView->timerLabel2()->setProperty(
+        "text", long_ ? QString::number(seconds) + u" SEC"_s : u"SEC"_s);
 }
 
 void VTAInteractionView::closeIfCompleted()
 {
-    if (m_state != InteractionState::completed || m_isClosing)
+    Q_D(VTAInteractionView);
+    if (d->state != InteractionState::completed || d->isClosing)
         return;
     if (InteractionDelegate *overlay = delegate())
         overlay->closeInteraction(this, false);
@@ -146,12 +304,13 @@ void VTAInteractionView::closeIfCompleted()
 
 void VTAInteractionView::closeTap()
 {
-    if (m_isClosing)
+    Q_D(VTAInteractionView);
+    if (d->isClosing)
         return;
     InteractionDelegate *overlay = delegate();
     if (!overlay)
         return;
-    if (m_state == InteractionState::active) // leaving without an answer
+    if (d->state == InteractionState::active) // leaving without an answer
         overlay->sendAnalyticsEvent(getAnalyticsInfo(), u"close"_s, true);
     overlay->closeInteraction(this, true);
 }
@@ -160,14 +319,16 @@ void VTAInteractionView::accountTap() { }
 
 void VTAInteractionView::updatePoints(const VTAPointsInfo &points)
 {
-    if (!m_infoView)
+    Q_D(VTAInteractionView);
+    if (!d->infoView)
         return;
-    m_infoView->pointsLabel()->setProperty("text", formatDecimal(points.totalCredits, 0, 1));
-    m_infoView->levelLabel()->setProperty("text", QString::number(points.level));
+    d->infoView->pointsLabel()->setProperty("text", formatDecimal(points.totalCredits, 0, 1));
+    d->infoView->levelLabel()->setProperty("text", QString::number(points.level));
 }
 
 void VTAInteractionView::applyDesign(const std::optional<DesignInfo> &design)
 {
+    Q_D(VTAInteractionView);
     if (!design)
         return;
     VTAServiceManager &service = VTAServiceManager::shared();
@@ -178,17 +339,17 @@ void VTAInteractionView::applyDesign(const std::optional<DesignInfo> &design)
         };
     };
     if (hasText(design->backgroundImage))
-        service.getImage(*design->backgroundImage, this, showIn(m_backgroundView));
+        service.getImage(*design->backgroundImage, this, showIn(d->backgroundView));
     if (hasText(design->backgroundLogo))
-        service.getImage(*design->backgroundLogo, this, showIn(m_mainIcon));
+        service.getImage(*design->backgroundLogo, this, showIn(d->mainIcon));
     if (const auto text = colorFromHex(design->textColor.value_or(QString()))) {
-        m_titleLabel->setProperty("color", *text);
-        if (m_infoView)
-            m_infoView->setTextColor(*text);
+        d->titleLabel->setProperty("color", *text);
+        if (d->infoView)
+            d->infoView->setTextColor(*text);
     }
     if (const auto button = colorFromHex(design->backgroundButton.value_or(QString()));
-        button && m_infoView) {
-        for (FocusTvButton *target : {m_infoView->accountButton(), m_infoView->closeButton()}) {
+        button && d->infoView) {
+        for (FocusTvButton *target : {d->infoView->accountButton(), d->infoView->closeButton()}) {
             target->focusedBackgroundColor = *button;
             target->updateView();
         }
@@ -197,39 +358,41 @@ void VTAInteractionView::applyDesign(const std::optional<DesignInfo> &design)
 
 void VTAInteractionView::preparePromotion(const std::optional<Promotion> &promotion)
 {
+    Q_D(VTAInteractionView);
     if (!promotion)
         return;
     const QString &kind = promotion->viewType.value;
     if (kind != "display"_L1 && kind != "flip"_L1)
         return;
     const bool flip = kind == "flip"_L1;
-    QQuickItem *container = flip ? m_promotionFlipContainer : m_promotionContainer;
+    QQuickItem *container = flip ? d->promotionFlipContainer : d->promotionContainer;
     container->setVisible(false);
-    delete m_promotionView;
-    m_promotionView = new PromotionView;
-    fillParent(m_promotionView,
-               flip && m_promotionFlipHolder ? m_promotionFlipHolder.get() : container);
+    delete d->promotionView;
+    d->promotionView = new PromotionView;
+    fillParent(d->promotionView,
+               flip && d->promotionFlipHolder ? d->promotionFlipHolder.get() : container);
     if (flip)
-        m_promotionView->configureForText(*promotion, true);
+        d->promotionView->configureForText(*promotion, true);
     else
-        m_promotionView->configureForImage(*promotion, false);
+        d->promotionView->configureForImage(*promotion, false);
 }
 
 void VTAInteractionView::showPromotion(const std::optional<Promotion> &promotion)
 {
-    if (!promotion || !m_promotionView)
+    Q_D(VTAInteractionView);
+    if (!promotion || !d->promotionView)
         return;
     const QString &kind = promotion->viewType.value;
     if (kind == "display"_L1) {
-        const qreal finalX = m_promotionView->x();
-        m_promotionView->setX(finalX + width());
-        m_promotionContainer->setVisible(true);
-        animateProperty(m_promotionView, "x", finalX, 500ms, this);
+        const qreal finalX = d->promotionView->x();
+        d->promotionView->setX(finalX + width());
+        d->promotionContainer->setVisible(true);
+        animateProperty(d->promotionView, "x", finalX, 500ms, this);
     } else if (kind == "flip"_L1) {
-        m_promotionFlipContainer->setVisible(true);
-        m_promotionView->setScale(0);
-        animateProperty(m_promotionView, "scale", 1.0, 400ms, this);
-        animateProperty(m_promotionFlipContainer, "color", QColor::fromRgbF(0, 0, 0, 0.6f), 400ms,
+        d->promotionFlipContainer->setVisible(true);
+        d->promotionView->setScale(0);
+        animateProperty(d->promotionView, "scale", 1.0, 400ms, this);
+        animateProperty(d->promotionFlipContainer, "color", QColor::fromRgbF(0, 0, 0, 0.6f), 400ms,
                         this);
     }
 }
@@ -241,16 +404,17 @@ AnalyticsInfo VTAInteractionView::getAnalyticsInfo() const
 
 QQuickItem *VTAInteractionView::preferredFocusItem() const
 {
-    if (m_state == InteractionState::active) {
-        const QList<QQuickItem *> answers = m_answerStack->childItems();
+    Q_D(const VTAInteractionView);
+    if (d->state == InteractionState::active) {
+        const QList<QQuickItem *> answers = d->answerStack->childItems();
         for (QQuickItem *answer : answers) {
             if (answer->isVisible() && answer->activeFocusOnTab())
                 return answer;
         }
     }
-    if (m_infoView)
-        return m_infoView->closeButton();
-    return m_mainContainer;
+    if (d->infoView)
+        return d->infoView->closeButton();
+    return d->mainContainer;
 }
 
 void VTAInteractionView::focusPreferredItem()
@@ -261,8 +425,9 @@ void VTAInteractionView::focusPreferredItem()
 
 bool VTAInteractionView::moveAnswerFocus(int step)
 {
+    Q_D(VTAInteractionView);
     QList<QQuickItem *> answers;
-    for (QQuickItem *answer : m_answerStack->childItems()) {
+    for (QQuickItem *answer : d->answerStack->childItems()) {
         if (answer->isVisible() && answer->activeFocusOnTab())
             answers.append(answer);
     }
@@ -277,13 +442,13 @@ bool VTAInteractionView::moveAnswerFocus(int step)
     QQuickItem *answer = answers[next];
     answer->forceActiveFocus();
     // Keep the focused answer inside the scrolling area, as the platform's scroll views do.
-    const qreal top = m_answerStack->mapFromItem(answer, QPointF(0, 0)).y() + m_answerStack->y();
-    const qreal visible = m_scrollView->height();
-    const qreal contentY = m_scrollView->property("contentY").toReal();
+    const qreal top = d->answerStack->mapFromItem(answer, QPointF(0, 0)).y() + d->answerStack->y();
+    const qreal visible = d->scrollView->height();
+    const qreal contentY = d->scrollView->property("contentY").toReal();
     if (top < contentY)
-        m_scrollView->setProperty("contentY", top);
+        d->scrollView->setProperty("contentY", top);
     else if (top + answer->height() > contentY + visible)
-        m_scrollView->setProperty("contentY", top + answer->height() - visible);
+        d->scrollView->setProperty("contentY", top + answer->height() - visible);
     return true;
 }
 

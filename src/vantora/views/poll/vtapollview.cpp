@@ -1,15 +1,56 @@
-#include "vantora/views/poll/vtapollview_p.h"
+#include <vantora/views/poll/vtapollview.h>
 
 #include "vantora/service/vtaservicemanager_p.h"
 #include "vantora/toolkit/checkedmath_p.h"
 #include "vantora/toolkit/fatal_p.h"
+#include "vantora/toolkit/focustvbutton_p.h"
+#include "vantora/toolkit/scheduler_p.h"
 #include "vantora/toolkit/viewloader_p.h"
+#include "vantora/views/interactiondelegate_p.h"
 
 using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
-VTAPollView::VTAPollView(QQuickItem *parent) : VTAInteractionView(parent) { }
+class VTAPollViewPrivate
+{
+public:
+    QList<VTAPollAnswerView *> answerViews;
+    std::optional<Vantora::Poll> poll;
+    bool didEnd = false;
+    qint64 totalVotes = 0;
+};
+
+VTAPollView::VTAPollView(QQuickItem *parent)
+    : VTAInteractionView(parent), d_ptr(std::make_unique<VTAPollViewPrivate>())
+{ }
+
+VTAPollView::~VTAPollView() = default;
+
+const QList<VTAPollAnswerView *> &VTAPollView::answerViews() const
+{
+    return d_func()->answerViews;
+}
+
+const std::optional<Poll> &VTAPollView::poll() const
+{
+    return d_func()->poll;
+}
+
+bool VTAPollView::didEnd() const
+{
+    return d_func()->didEnd;
+}
+
+void VTAPollView::setDidEnd(bool ended)
+{
+    d_func()->didEnd = ended;
+}
+
+qint64 VTAPollView::totalVotes() const
+{
+    return d_func()->totalVotes;
+}
 
 VTAPollAnswerView *VTAPollView::createAnswerView()
 {
@@ -20,34 +61,35 @@ void VTAPollView::configure(const Poll &poll, const std::optional<QString> &prev
                             qint64 time, const VTAPointsInfo &pointsInfo,
                             const std::optional<DesignInfo> &designInfo)
 {
+    Q_D(VTAPollView);
     stampTag();
-    m_poll = poll;
+    d->poll = poll;
     setIdentifier(poll.id);
     setTime(time);
     setDidAnswer(previousAnswer.has_value());
-    m_didEnd = poll.status != "active"_L1;
+    d->didEnd = poll.status != "active"_L1;
     titleLabel()->setProperty("text",
-                              m_didEnd ? poll.question + u" [POLL CLOSED]"_s : poll.question);
+                              d->didEnd ? poll.question + u" [POLL CLOSED]"_s : poll.question);
     preparePromotion(poll.getPromotion());
 
-    m_totalVotes = 0;
+    d->totalVotes = 0;
     for (const PollAnswer &answer : poll.answers)
-        m_totalVotes = checkedAdd(m_totalVotes, answer.totals.value_or(0), "poll votes");
+        d->totalVotes = checkedAdd(d->totalVotes, answer.totals.value_or(0), "poll votes");
     scrollView()->setClip(true);
 
-    const bool finished = didAnswer() || m_didEnd;
+    const bool finished = didAnswer() || d->didEnd;
     for (const PollAnswer &answer : poll.answers) {
         VTAPollAnswerView *row = createAnswerView();
         row->setParent(this);
         row->setWidth(answerStack()->width());
-        row->configure(answer, m_totalVotes, finished, poll.viewType, designInfo);
+        row->configure(answer, d->totalVotes, finished, poll.viewType, designInfo);
         if (finished)
             row->setButtonStyleCompleted(previousAnswer && answer.answer == *previousAnswer);
         FocusTvButton *button = row->button();
         connect(button, &FocusTvButton::primaryActionTriggered, this,
                 [this, button] { actionAnswer(button); });
         row->setParentItem(answerStack());
-        m_answerViews.append(row);
+        d->answerViews.append(row);
     }
 
     if (finished) {
@@ -62,7 +104,7 @@ void VTAPollView::configure(const Poll &poll, const std::optional<QString> &prev
     updatePoints(pointsInfo);
     if (poll.showPromotionAtStart() || didAnswer())
         showPromotionIfNeeded(poll);
-    if (m_didEnd && !didAnswer()) {
+    if (d->didEnd && !didAnswer()) {
         Scheduler::instance().after(1s, this, [this] {
             if (InteractionDelegate *overlay = delegate())
                 overlay->handleInteractionCompleted(false);
@@ -73,23 +115,24 @@ void VTAPollView::configure(const Poll &poll, const std::optional<QString> &prev
 
 void VTAPollView::actionAnswer(FocusTvButton *sender)
 {
-    if (didAnswer() || m_didEnd)
+    Q_D(VTAPollView);
+    if (didAnswer() || d->didEnd)
         return;
-    if (!m_poll)
+    if (!d->poll)
         fatal(u"VTAPollView: a vote before the poll was configured"_s);
     qsizetype index = -1;
-    for (qsizetype i = 0; i < m_answerViews.size(); ++i) {
-        if (m_answerViews[i]->button() == sender)
+    for (qsizetype i = 0; i < d->answerViews.size(); ++i) {
+        if (d->answerViews[i]->button() == sender)
             index = i;
     }
-    if (index < 0 || index >= m_poll->answers.size())
+    if (index < 0 || index >= d->poll->answers.size())
         fatal(u"VTAPollView: the pressed button is no answer of the poll"_s);
-    const QString answer = m_poll->answers[index].answer;
+    const QString answer = d->poll->answers[index].answer;
     setDidAnswer(true);
-    m_totalVotes = checkedAdd(m_totalVotes, qint64{1}, "poll votes");
+    d->totalVotes = checkedAdd(d->totalVotes, qint64{1}, "poll votes");
 
     // The vote counts at once, before the backend has it.
-    for (VTAPollAnswerView *row : std::as_const(m_answerViews)) {
+    for (VTAPollAnswerView *row : std::as_const(d->answerViews)) {
         const bool selected = row->button() == sender;
         row->setStats(checkedAdd(row->votes(), qint64{selected ? 1 : 0}, "poll votes"),
                       checkedAdd(row->totalVotes(), qint64{1}, "poll votes"));
@@ -100,9 +143,9 @@ void VTAPollView::actionAnswer(FocusTvButton *sender)
         if (const std::optional<QString> token = overlay->userToken()) {
             // The reply belongs to the overlay, which may have closed this card by then.
             VTAServiceManager::shared().answerPoll(
-                *token, overlay->channelID(), overlay->broadcaster(), m_poll->id, answer,
+                *token, overlay->channelID(), overlay->broadcaster(), d->poll->id, answer,
                 delegateObject(),
-                overlay->didSelectPollAnswer(answer, m_poll->id, m_poll->questionType));
+                overlay->didSelectPollAnswer(answer, d->poll->id, d->poll->questionType));
         }
         overlay->handleInteractionCompleted(false);
     }
@@ -111,14 +154,15 @@ void VTAPollView::actionAnswer(FocusTvButton *sender)
     applyState(InteractionState::completed);
     if (focused)
         focusPreferredItem();
-    if (!m_poll->showPromotionAtStart())
-        showPromotionIfNeeded(*m_poll);
+    if (!d->poll->showPromotionAtStart())
+        showPromotionIfNeeded(*d->poll);
     didAnswerPoll();
 }
 
 void VTAPollView::markDone()
 {
-    for (VTAPollAnswerView *row : std::as_const(m_answerViews))
+    Q_D(VTAPollView);
+    for (VTAPollAnswerView *row : std::as_const(d->answerViews))
         row->statsLabel()->setVisible(true);
 }
 
@@ -133,12 +177,13 @@ void VTAPollView::showPromotionIfNeeded(const Poll &poll)
 
 AnalyticsInfo VTAPollView::getAnalyticsInfo() const
 {
-    if (!m_poll)
+    Q_D(const VTAPollView);
+    if (!d->poll)
         fatal(u"VTAPollView: analytics asked before the poll was configured"_s);
     std::optional<QString> sponsor;
-    if (const std::optional<Promotion> promotion = m_poll->getPromotion();
+    if (const std::optional<Promotion> promotion = d->poll->getPromotion();
         promotion && promotion->sponsor)
         sponsor = promotion->sponsor->name;
-    return {m_poll->questionType == "prediction"_L1 ? u"Predictions"_s : u"Polls"_s, m_poll->id,
+    return {d->poll->questionType == "prediction"_L1 ? u"Predictions"_s : u"Polls"_s, d->poll->id,
             sponsor};
 }

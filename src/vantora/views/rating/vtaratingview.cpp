@@ -1,12 +1,15 @@
-#include "vantora/views/rating/vtaratingview_p.h"
+#include <vantora/views/rating/vtaratingview.h>
 
 #include "vantora/service/vtaservicemanager_p.h"
 #include "vantora/toolkit/checkedmath_p.h"
 #include "vantora/toolkit/colors_p.h"
+#include "vantora/toolkit/focustvbutton_p.h"
+#include "vantora/toolkit/imageview_p.h"
 #include "vantora/toolkit/numbertext_p.h"
 #include "vantora/toolkit/outlets_p.h"
 #include "vantora/toolkit/scheduler_p.h"
 #include "vantora/toolkit/viewloader_p.h"
+#include "vantora/views/interactiondelegate_p.h"
 
 #include <QKeyEvent>
 #include <QPainter>
@@ -49,19 +52,71 @@ QImage starSymbol()
 
 } // namespace
 
-VTARatingView::VTARatingView(QQuickItem *parent) : VTAInteractionView(parent) { }
+class VTARatingViewPrivate
+{
+public:
+    QPointer<QQuickItem> resultContainer;
+    QPointer<Vantora::ImageView> starIcon;
+    QPointer<QQuickItem> averageLabel;
+    QPointer<QQuickItem> outOfLabel;
+    QPointer<QQuickItem> maxLabel;
+    QList<VTARatingAnswerView *> answerViews;
+    std::optional<Vantora::Rating> rating;
+};
+
+VTARatingView::VTARatingView(QQuickItem *parent)
+    : VTAInteractionView(parent), d_ptr(std::make_unique<VTARatingViewPrivate>())
+{ }
+
+VTARatingView::~VTARatingView() = default;
+
+const std::optional<Rating> &VTARatingView::rating() const
+{
+    return d_func()->rating;
+}
+
+const QList<VTARatingAnswerView *> &VTARatingView::answerViews() const
+{
+    return d_func()->answerViews;
+}
+
+QQuickItem *VTARatingView::resultContainer() const
+{
+    return d_func()->resultContainer;
+}
+
+ImageView *VTARatingView::starIcon() const
+{
+    return d_func()->starIcon;
+}
+
+QQuickItem *VTARatingView::averageLabel() const
+{
+    return d_func()->averageLabel;
+}
+
+QQuickItem *VTARatingView::outOfLabel() const
+{
+    return d_func()->outOfLabel;
+}
+
+QQuickItem *VTARatingView::maxLabel() const
+{
+    return d_func()->maxLabel;
+}
 
 void VTARatingView::componentComplete()
 {
+    Q_D(VTARatingView);
     VTAInteractionView::componentComplete();
     Outlets(this)
-        .bind(m_resultContainer, "resultContainer")
-        .bind(m_starIcon, "starIcon")
-        .bind(m_averageLabel, "averageLabel")
-        .bind(m_outOfLabel, "outOfLabel")
-        .bind(m_maxLabel, "maxLabel");
-    if (m_starIcon->image().isNull())
-        m_starIcon->setImage(starSymbol());
+        .bind(d->resultContainer, "resultContainer")
+        .bind(d->starIcon, "starIcon")
+        .bind(d->averageLabel, "averageLabel")
+        .bind(d->outOfLabel, "outOfLabel")
+        .bind(d->maxLabel, "maxLabel");
+    if (d->starIcon->image().isNull())
+        d->starIcon->setImage(starSymbol());
 }
 
 VTARatingAnswerView *VTARatingView::createAnswerView()
@@ -73,8 +128,9 @@ void VTARatingView::configure(const Rating &rating, const std::optional<QString>
                               qint64 time, const VTAPointsInfo &pointsInfo,
                               const std::optional<DesignInfo> &designInfo)
 {
+    Q_D(VTARatingView);
     stampTag();
-    m_rating = rating;
+    d->rating = rating;
     setIdentifier(rating.id);
     setTime(time);
     setDidAnswer(previousAnswer.has_value());
@@ -92,7 +148,7 @@ void VTARatingView::configure(const Rating &rating, const std::optional<QString>
                 [this, button = row->button()] { actionAnswer(button); });
         if (rating.icon.isEmpty())
             row->button()->setTitle(QString::number(value));
-        m_answerViews.append(row);
+        d->answerViews.append(row);
     }
     arrangeSteps();
 
@@ -111,12 +167,12 @@ void VTARatingView::configure(const Rating &rating, const std::optional<QString>
         showStats();
     if (!rating.icon.isEmpty()) {
         VTAServiceManager::shared().getImage(
-            rating.icon, this, [this](QImage image, std::optional<ServiceError>) {
+            rating.icon, this, [d](QImage image, std::optional<ServiceError>) {
                 if (image.isNull())
                     return;
-                for (VTARatingAnswerView *row : std::as_const(m_answerViews))
+                for (VTARatingAnswerView *row : std::as_const(d->answerViews))
                     row->button()->setImage(image);
-                m_starIcon->setImage(image);
+                d->starIcon->setImage(image);
             });
     }
     didLoadRating();
@@ -124,7 +180,8 @@ void VTARatingView::configure(const Rating &rating, const std::optional<QString>
 
 void VTARatingView::arrangeSteps()
 {
-    const qsizetype count = m_answerViews.size();
+    Q_D(VTARatingView);
+    const qsizetype count = d->answerViews.size();
     if (count == 0)
         return;
     QQuickItem *stack = answerStack();
@@ -133,11 +190,11 @@ void VTARatingView::arrangeSteps()
     // Room on every side for a focused step, which grows.
     const qreal margin = 16;
     const qreal fitting = (stack->width() - 2 * margin - gaps) / qreal(count);
-    for (VTARatingAnswerView *row : std::as_const(m_answerViews)) {
+    for (VTARatingAnswerView *row : std::as_const(d->answerViews)) {
         const qreal side = std::min({row->width(), row->height(), fitting});
         row->setSize(QSizeF(side, side));
     }
-    const qreal line = m_answerViews.first()->width() * qreal(count) + gaps;
+    const qreal line = d->answerViews.first()->width() * qreal(count) + gaps;
     stack->setProperty("leftPadding", (stack->width() - line) / 2);
     stack->setProperty("topPadding", margin);
     stack->setProperty("bottomPadding", margin);
@@ -147,25 +204,26 @@ void VTARatingView::arrangeSteps()
 
 void VTARatingView::actionAnswer(FocusTvButton *sender)
 {
+    Q_D(VTARatingView);
     if (didAnswer())
         return;
     const auto row =
-        std::find_if(m_answerViews.cbegin(), m_answerViews.cend(),
+        std::find_if(d->answerViews.cbegin(), d->answerViews.cend(),
                      [sender](VTARatingAnswerView *r) { return r->button() == sender; });
-    if (row == m_answerViews.cend() || !m_rating)
+    if (row == d->answerViews.cend() || !d->rating)
         return;
     setDidAnswer(true);
     const qint64 value = (*row)->tag();
     sender->setSelected(true);
-    for (VTARatingAnswerView *each : std::as_const(m_answerViews))
+    for (VTARatingAnswerView *each : std::as_const(d->answerViews))
         each->setButtonStyleCompleted(value >= each->tag());
 
     if (InteractionDelegate *overlay = delegate()) {
         if (const std::optional<QString> token = overlay->userToken()) {
             // The reply belongs to the overlay: it records the rating even if the card is gone.
             VTAServiceManager::shared().answerRating(
-                *token, overlay->channelID(), overlay->broadcaster(), m_rating->id, value,
-                delegateObject(), overlay->didSelectRatingAnswer(value, m_rating->id));
+                *token, overlay->channelID(), overlay->broadcaster(), d->rating->id, value,
+                delegateObject(), overlay->didSelectRatingAnswer(value, d->rating->id));
         }
         overlay->handleInteractionCompleted(false);
     }
@@ -174,30 +232,32 @@ void VTARatingView::actionAnswer(FocusTvButton *sender)
     applyState(InteractionState::completed);
     if (hasActiveFocus())
         focusPreferredItem();
-    if (!m_rating->showPromotionAtStart())
-        showPromotionIfNeeded(*m_rating);
+    if (!d->rating->showPromotionAtStart())
+        showPromotionIfNeeded(*d->rating);
     didAnswerRating();
 }
 
 void VTARatingView::updateStats(qint64 answer)
 {
-    if (!m_rating)
+    Q_D(VTARatingView);
+    if (!d->rating)
         return;
-    if (m_rating->totalPeople)
-        m_rating->totalPeople = checkedAdd(*m_rating->totalPeople, 1, "rating people");
-    if (m_rating->totalPoints)
-        m_rating->totalPoints = checkedAdd(*m_rating->totalPoints, answer, "rating points");
-    m_rating->averageRate =
-        double(m_rating->totalPoints.value_or(0)) / double(m_rating->totalPeople.value_or(1));
+    if (d->rating->totalPeople)
+        d->rating->totalPeople = checkedAdd(*d->rating->totalPeople, 1, "rating people");
+    if (d->rating->totalPoints)
+        d->rating->totalPoints = checkedAdd(*d->rating->totalPoints, answer, "rating points");
+    d->rating->averageRate =
+        double(d->rating->totalPoints.value_or(0)) / double(d->rating->totalPeople.value_or(1));
 }
 
 void VTARatingView::showStats()
 {
+    Q_D(VTARatingView);
     answerStack()->setVisible(false);
-    m_resultContainer->setVisible(true);
-    const double average = m_rating ? m_rating->averageRate.value_or(0) : 0;
-    m_averageLabel->setProperty("text", formatOneDecimal(average));
-    m_maxLabel->setProperty("text", QString::number(m_rating ? m_rating->max() : 0));
+    d->resultContainer->setVisible(true);
+    const double average = d->rating ? d->rating->averageRate.value_or(0) : 0;
+    d->averageLabel->setProperty("text", formatOneDecimal(average));
+    d->maxLabel->setProperty("text", QString::number(d->rating ? d->rating->max() : 0));
 }
 
 void VTARatingView::showPromotionIfNeeded(const Rating &rating)
@@ -211,25 +271,27 @@ void VTARatingView::showPromotionIfNeeded(const Rating &rating)
 
 void VTARatingView::updateInfo(const Rating &rating)
 {
-    if (!m_rating)
+    Q_D(VTARatingView);
+    if (!d->rating)
         return;
     const qint64 people = rating.totalPeople.value_or(0);
-    if (people < 1 || (m_rating->totalPeople && people <= *m_rating->totalPeople))
+    if (people < 1 || (d->rating->totalPeople && people <= *d->rating->totalPeople))
         return;
-    m_rating->averageRate = rating.averageRate;
-    m_rating->totalPeople = rating.totalPeople;
-    m_rating->totalPoints = rating.totalPoints;
+    d->rating->averageRate = rating.averageRate;
+    d->rating->totalPeople = rating.totalPeople;
+    d->rating->totalPoints = rating.totalPoints;
     if (didAnswer())
         showStats();
 }
 
 AnalyticsInfo VTARatingView::getAnalyticsInfo() const
 {
+    Q_D(const VTARatingView);
     AnalyticsInfo info{u"Rating"_s, std::nullopt, std::nullopt};
-    if (!m_rating)
+    if (!d->rating)
         return info;
-    info.submodule = m_rating->id;
-    if (const std::optional<Promotion> promotion = m_rating->getPromotion();
+    info.submodule = d->rating->id;
+    if (const std::optional<Promotion> promotion = d->rating->getPromotion();
         promotion && promotion->sponsor)
         info.sponsor = promotion->sponsor->name;
     return info;
@@ -237,37 +299,40 @@ AnalyticsInfo VTARatingView::getAnalyticsInfo() const
 
 QQuickItem *VTARatingView::preferredFocusItem() const
 {
-    if (state() == InteractionState::active && !m_answerViews.isEmpty())
-        return m_answerViews.last();
+    Q_D(const VTARatingView);
+    if (state() == InteractionState::active && !d->answerViews.isEmpty())
+        return d->answerViews.last();
     return infoView() ? infoView()->closeButton() : mainContainer();
 }
 
 void VTARatingView::applyDesign(const std::optional<DesignInfo> &design)
 {
+    Q_D(VTARatingView);
     VTAInteractionView::applyDesign(design);
     if (!design)
         return;
     if (const auto text = colorFromHex(design->textColor.value_or(QString()))) {
-        for (QQuickItem *label : {m_outOfLabel, m_averageLabel, m_maxLabel})
+        for (QQuickItem *label : {d->outOfLabel, d->averageLabel, d->maxLabel})
             label->setProperty("color", *text);
     }
 }
 
 void VTARatingView::keyPressEvent(QKeyEvent *event)
 {
+    Q_D(VTARatingView);
     // The remote moves along the steps, up to the info bar and back down.
     const auto focused =
-        std::find_if(m_answerViews.cbegin(), m_answerViews.cend(),
+        std::find_if(d->answerViews.cbegin(), d->answerViews.cend(),
                      [](VTARatingAnswerView *row) { return row->hasActiveFocus(); });
-    const bool onStep = focused != m_answerViews.cend() && answerStack()->isVisible();
+    const bool onStep = focused != d->answerViews.cend() && answerStack()->isVisible();
     switch (event->key()) {
     case Qt::Key_Left:
     case Qt::Key_Right:
         if (onStep) {
-            const qsizetype index = focused - m_answerViews.cbegin();
+            const qsizetype index = focused - d->answerViews.cbegin();
             const qsizetype next = index + (event->key() == Qt::Key_Left ? -1 : 1);
-            if (next >= 0 && next < m_answerViews.size())
-                m_answerViews.at(next)->forceActiveFocus();
+            if (next >= 0 && next < d->answerViews.size())
+                d->answerViews.at(next)->forceActiveFocus();
             event->accept();
             return;
         }

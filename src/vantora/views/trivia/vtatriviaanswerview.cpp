@@ -1,44 +1,87 @@
-#include "vantora/views/trivia/vtatriviaanswerview_p.h"
+#include <vantora/views/trivia/vtatriviaanswerview.h>
 
 #include "vantora/service/vtaservicemanager_p.h"
 #include "vantora/toolkit/colors_p.h"
+#include "vantora/toolkit/focustvbutton_p.h"
+#include "vantora/toolkit/imageview_p.h"
 #include "vantora/toolkit/outlets_p.h"
 #include "vantora/views/answerimage_p.h"
 #include "vantora/views/trivia/answermarks_p.h"
 
 using namespace Vantora;
 
-VTATriviaAnswerView::VTATriviaAnswerView(QQuickItem *parent) : QQuickItem(parent)
+class VTATriviaAnswerViewPrivate
+{
+public:
+    QPointer<Vantora::FocusTvButton> button;
+    QPointer<QQuickItem> titleLabel;
+    QPointer<Vantora::ImageView> checkMarkView;
+    QPointer<Vantora::ImageView> imageView;
+    QPointer<QQuickItem> imageColumn;
+};
+
+VTATriviaAnswerView::VTATriviaAnswerView(QQuickItem *parent)
+    : QQuickItem(parent), d_ptr(std::make_unique<VTATriviaAnswerViewPrivate>())
 {
     // The row stands for its button: focusing the row focuses the button.
     setFlag(ItemIsFocusScope);
     setActiveFocusOnTab(true);
 }
 
+VTATriviaAnswerView::~VTATriviaAnswerView() = default;
+
+FocusTvButton *VTATriviaAnswerView::button() const
+{
+    return d_func()->button;
+}
+
+QQuickItem *VTATriviaAnswerView::titleLabel() const
+{
+    return d_func()->titleLabel;
+}
+
+ImageView *VTATriviaAnswerView::checkMarkView() const
+{
+    return d_func()->checkMarkView;
+}
+
+ImageView *VTATriviaAnswerView::imageView() const
+{
+    return d_func()->imageView;
+}
+
+QQuickItem *VTATriviaAnswerView::imageColumn() const
+{
+    return d_func()->imageColumn;
+}
+
 void VTATriviaAnswerView::componentComplete()
 {
+    Q_D(VTATriviaAnswerView);
     QQuickItem::componentComplete();
     Outlets(this)
-        .bind(m_button, "button")
-        .bindOptional(m_titleLabel, "titleLabel")
-        .bindOptional(m_checkMarkView, "checkMarkView")
-        .bindOptional(m_imageView, "imageView")
-        .bindOptional(m_imageColumn, "imageColumn");
-    m_button->updateView();
+        .bind(d->button, "button")
+        .bindOptional(d->titleLabel, "titleLabel")
+        .bindOptional(d->checkMarkView, "checkMarkView")
+        .bindOptional(d->imageView, "imageView")
+        .bindOptional(d->imageColumn, "imageColumn");
+    d->button->updateView();
 }
 
 QString VTATriviaAnswerView::title() const
 {
-    const QString text = m_titleLabel ? m_titleLabel->property("text").toString() : QString();
-    return text.isEmpty() ? m_button->title() : text;
+    Q_D(const VTATriviaAnswerView);
+    const QString text = d->titleLabel ? d->titleLabel->property("text").toString() : QString();
+    return text.isEmpty() ? d->button->title() : text;
 }
 
 void VTATriviaAnswerView::setTitle(const QString &title)
 {
-    if (m_titleLabel)
-        m_titleLabel->setProperty("text", title);
+    Q_D(VTATriviaAnswerView);
+    if (d->titleLabel)
+        d->titleLabel->setProperty("text", title);
     else
-        m_button->setTitle(title);
+        d->button->setTitle(title);
 }
 
 void VTATriviaAnswerView::markDone(const TriviaAnswer &userAnswerInfo)
@@ -56,11 +99,12 @@ void VTATriviaAnswerView::markDone(const TriviaAnswer &userAnswerInfo)
 
 void VTATriviaAnswerView::showMark(const QImage &mark)
 {
-    if (m_checkMarkView) {
-        m_checkMarkView->setImage(mark);
-        m_checkMarkView->setVisible(true);
+    Q_D(VTATriviaAnswerView);
+    if (d->checkMarkView) {
+        d->checkMarkView->setImage(mark);
+        d->checkMarkView->setVisible(true);
     } else {
-        m_button->setImage(mark);
+        d->button->setImage(mark);
     }
 }
 
@@ -78,16 +122,18 @@ void VTATriviaAnswerView::setImage(const std::optional<QString> &urlString)
 
 void VTATriviaAnswerView::showImage(const QImage &image)
 {
-    if (m_imageView) {
-        m_imageView->setTintColor(QColor()); // its own colours, never tinted
-        m_imageView->setImage(fitAnswerImage(image));
+    Q_D(VTATriviaAnswerView);
+    if (d->imageView) {
+        d->imageView->setTintColor(QColor()); // its own colours, never tinted
+        d->imageView->setImage(fitAnswerImage(image));
     }
 }
 
 void VTATriviaAnswerView::setButtonStyleNormal()
 {
-    m_button->normalTitleColor = Qt::white;
-    m_button->updateView();
+    Q_D(VTATriviaAnswerView);
+    d->button->normalTitleColor = Qt::white;
+    d->button->updateView();
 }
 
 void VTATriviaAnswerView::setButtonStyleCorrect()
@@ -102,22 +148,24 @@ void VTATriviaAnswerView::setButtonStyleIncorrect()
 
 void VTATriviaAnswerView::setButtonStyle(const QColor &color)
 {
-    if (m_titleLabel)
-        m_titleLabel->setProperty("color", color);
-    if (m_checkMarkView)
-        m_checkMarkView->setTintColor(color);
+    Q_D(VTATriviaAnswerView);
+    if (d->titleLabel)
+        d->titleLabel->setProperty("color", color);
+    if (d->checkMarkView)
+        d->checkMarkView->setTintColor(color);
 }
 
 void VTATriviaAnswerView::applyDesign(const std::optional<DesignInfo> &designInfo)
 {
+    Q_D(VTATriviaAnswerView);
     if (!designInfo)
         return;
     if (const auto text = colorFromHex(designInfo->textColor.value_or(QString()))) {
-        if (m_titleLabel)
-            m_titleLabel->setProperty("color", *text);
-        m_button->normalTitleColor = *text;
+        if (d->titleLabel)
+            d->titleLabel->setProperty("color", *text);
+        d->button->normalTitleColor = *text;
     }
     if (const auto button = colorFromHex(designInfo->backgroundButton.value_or(QString())))
-        m_button->focusedBackgroundColor = *button;
-    m_button->updateView();
+        d->button->focusedBackgroundColor = *button;
+    d->button->updateView();
 }

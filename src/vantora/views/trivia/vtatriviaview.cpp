@@ -1,11 +1,14 @@
-#include "vantora/views/trivia/vtatriviaview_p.h"
+#include <vantora/views/trivia/vtatriviaview.h>
 
 #include "vantora/service/vtaservicemanager_p.h"
 #include "vantora/toolkit/colors_p.h"
 #include "vantora/toolkit/fatal_p.h"
+#include "vantora/toolkit/focustvbutton_p.h"
 #include "vantora/toolkit/numbertext_p.h"
 #include "vantora/toolkit/outlets_p.h"
+#include "vantora/toolkit/scheduler_p.h"
 #include "vantora/toolkit/viewloader_p.h"
+#include "vantora/views/interactiondelegate_p.h"
 
 using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
@@ -20,15 +23,55 @@ std::optional<Promotion> tvPromotion(const Trivia &trivia)
 
 } // namespace
 
-VTATriviaView::VTATriviaView(QQuickItem *parent) : VTAInteractionView(parent) { }
+class VTATriviaViewPrivate
+{
+public:
+    QPointer<QQuickItem> resultStack;
+    QPointer<QQuickItem> resultLabel;
+    QPointer<QQuickItem> resultContainer;
+    std::optional<Vantora::Trivia> trivia;
+    QList<VTATriviaAnswerView *> answerViews;
+};
+
+VTATriviaView::VTATriviaView(QQuickItem *parent)
+    : VTAInteractionView(parent), d_ptr(std::make_unique<VTATriviaViewPrivate>())
+{ }
+
+VTATriviaView::~VTATriviaView() = default;
+
+const std::optional<Trivia> &VTATriviaView::trivia() const
+{
+    return d_func()->trivia;
+}
+
+const QList<VTATriviaAnswerView *> &VTATriviaView::answerViews() const
+{
+    return d_func()->answerViews;
+}
+
+QQuickItem *VTATriviaView::resultStack() const
+{
+    return d_func()->resultStack;
+}
+
+QQuickItem *VTATriviaView::resultLabel() const
+{
+    return d_func()->resultLabel;
+}
+
+QQuickItem *VTATriviaView::resultContainer() const
+{
+    return d_func()->resultContainer;
+}
 
 void VTATriviaView::componentComplete()
 {
+    Q_D(VTATriviaView);
     VTAInteractionView::componentComplete();
     Outlets(this)
-        .bind(m_resultStack, "resultStack")
-        .bind(m_resultLabel, "resultLabel")
-        .bind(m_resultContainer, "resultContainer");
+        .bind(d->resultStack, "resultStack")
+        .bind(d->resultLabel, "resultLabel")
+        .bind(d->resultContainer, "resultContainer");
 }
 
 VTATriviaAnswerView *VTATriviaView::createAnswerView()
@@ -39,8 +82,9 @@ VTATriviaAnswerView *VTATriviaView::createAnswerView()
 void VTATriviaView::configure(const Trivia &trivia, qint64 time, const VTAPointsInfo &pointsInfo,
                               const std::optional<DesignInfo> &designInfo)
 {
+    Q_D(VTATriviaView);
     stampTag();
-    m_trivia = trivia;
+    d->trivia = trivia;
     setIdentifier(trivia.question.id);
     setTime(time);
     titleLabel()->setProperty("text", trivia.question.question);
@@ -64,7 +108,7 @@ void VTATriviaView::configure(const Trivia &trivia, qint64 time, const VTAPoints
         FocusTvButton *button = row->button();
         connect(button, &FocusTvButton::primaryActionTriggered, this,
                 [this, button] { actionAnswer(button); });
-        m_answerViews.append(row);
+        d->answerViews.append(row);
     }
 
     if (trivia.answer) {
@@ -80,7 +124,7 @@ void VTATriviaView::configure(const Trivia &trivia, qint64 time, const VTAPoints
     applyDesign(designInfo);
     if (designInfo) {
         if (const auto text = colorFromHex(designInfo->textColor.value_or(QString())))
-            m_resultLabel->setProperty("color", *text);
+            d->resultLabel->setProperty("color", *text);
     }
     updatePoints(pointsInfo);
     if (trivia.question.showPromotionAtStart() || didAnswer())
@@ -90,16 +134,17 @@ void VTATriviaView::configure(const Trivia &trivia, qint64 time, const VTAPoints
 
 void VTATriviaView::actionAnswer(FocusTvButton *sender)
 {
+    Q_D(VTATriviaView);
     if (didAnswer())
         return;
-    if (!m_trivia)
+    if (!d->trivia)
         fatal(u"VTATriviaView: an answer before the trivia was configured"_s);
     qsizetype index = -1;
-    for (qsizetype i = 0; i < m_answerViews.size(); ++i) {
-        if (m_answerViews[i]->button() == sender)
+    for (qsizetype i = 0; i < d->answerViews.size(); ++i) {
+        if (d->answerViews[i]->button() == sender)
             index = i;
     }
-    const QList<AnswerDetail> &answers = m_trivia->question.answers;
+    const QList<AnswerDetail> &answers = d->trivia->question.answers;
     if (index < 0 || index >= answers.size())
         fatal(u"VTATriviaView: the pressed button is no answer of the question"_s);
     setDidAnswer(true);
@@ -109,8 +154,9 @@ void VTATriviaView::actionAnswer(FocusTvButton *sender)
             const QString &answer = answers[index].answer;
             // The reply belongs to the overlay, which may have closed this card by then.
             VTAServiceManager::shared().answerTrivia(
-                *token, overlay->channelID(), overlay->broadcaster(), m_trivia->question.id, answer,
-                delegateObject(), overlay->didSelectTriviaAnswer(answer, m_trivia->question.id));
+                *token, overlay->channelID(), overlay->broadcaster(), d->trivia->question.id,
+                answer, delegateObject(),
+                overlay->didSelectTriviaAnswer(answer, d->trivia->question.id));
         }
         overlay->handleInteractionCompleted(false);
     }
@@ -128,19 +174,20 @@ void VTATriviaView::showPromotionIfNeeded(const Trivia &trivia)
 
 void VTATriviaView::showResult(const TriviaAnswer &answerResult, std::optional<double> points)
 {
+    Q_D(VTATriviaView);
     const bool focused = hasActiveFocus();
     answerStack()->setVisible(false);
-    m_resultContainer->setVisible(true);
-    for (VTATriviaAnswerView *row : std::as_const(m_answerViews)) {
+    d->resultContainer->setVisible(true);
+    for (VTATriviaAnswerView *row : std::as_const(d->answerViews)) {
         const QString title = row->title();
         if (title == answerResult.answer) {
-            const QList<QQuickItem *> shown = m_resultStack->childItems();
-            row->setParentItem(m_resultStack);
+            const QList<QQuickItem *> shown = d->resultStack->childItems();
+            row->setParentItem(d->resultStack);
             if (!shown.isEmpty())
                 row->stackBefore(shown.first());
             row->markDone(answerResult);
         } else if (title == answerResult.correctAnswer.answer) {
-            row->setParentItem(m_resultStack);
+            row->setParentItem(d->resultStack);
             row->markDone(answerResult);
         } else {
             row->setParentItem(nullptr);
@@ -155,19 +202,20 @@ void VTATriviaView::showResult(const TriviaAnswer &answerResult, std::optional<d
         verdict = u"Correct answer"_s;
     else
         verdict = u"Wrong answer\nBetter luck next time"_s;
-    m_resultLabel->setProperty("text", verdict);
-    m_resultLabel->setVisible(true);
+    d->resultLabel->setProperty("text", verdict);
+    d->resultLabel->setVisible(true);
     if (focused)
         focusPreferredItem();
 }
 
 AnalyticsInfo VTATriviaView::getAnalyticsInfo() const
 {
-    if (!m_trivia)
+    Q_D(const VTATriviaView);
+    if (!d->trivia)
         fatal(u"VTATriviaView: analytics asked before the trivia was configured"_s);
     std::optional<QString> sponsor;
-    if (const std::optional<Promotion> promotion = tvPromotion(*m_trivia);
+    if (const std::optional<Promotion> promotion = tvPromotion(*d->trivia);
         promotion && promotion->sponsor)
         sponsor = promotion->sponsor->name;
-    return {u"Trivia"_s, m_trivia->question.id, sponsor};
+    return {u"Trivia"_s, d->trivia->question.id, sponsor};
 }

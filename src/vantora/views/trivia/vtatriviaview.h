@@ -1,28 +1,35 @@
-#pragma once
-
-#include "vantora/views/interactionview/vtainteractionview_p.h"
-#include "vantora/views/trivia/vtatriviaanswerview_p.h"
+#ifndef VANTORA_VTATRIVIAVIEW_H
+#define VANTORA_VTATRIVIAVIEW_H
 
 #include <vantora/records/interactionrecords.h>
+#include <vantora/vantora_export.h>
+#include <vantora/views/interactionview/vtainteractionview.h>
+#include <vantora/views/trivia/vtatriviaanswerview.h>
 
 #include <QList>
-#include <QPointer>
 #include <QtQml/qqmlregistration.h>
 
+#include <memory>
 #include <optional>
 
-/// A trivia question with its answers. The viewer picks one answer, once; the card sends it to the
-/// backend and waits (loading) until the overlay hands it the result through showResult(). The
-/// result card lists the viewer's answer first, the correct one under it (one row when they
-/// agree), each marked, above the verdict. A question already answered opens as its result card.
-///
-///   auto *card = fromNib<VTATriviaView>();
-///   card->setDelegate(overlay);
-///   card->configure(trivia, options.time, points, design);
-///
-/// A host may hand in a subclass with its own layout; every step below is virtual. Main thread
-/// only.
-class VTATriviaView : public VTAInteractionView
+class VTATriviaViewPrivate;
+
+/**
+ * A trivia question with its answers. The viewer picks one answer, once; the card sends it to
+ * the backend and waits (loading) until the overlay hands it the result through showResult().
+ * The result card lists the viewer's answer first, the correct one under it (one row when they
+ * agree), each marked, above the verdict. A question already answered opens as its result card.
+ *
+ * The overlay makes, configures and owns the card:
+ *
+ *   auto *card = VTAViews::create<VTATriviaView>();
+ *   card->setDelegate(overlay);
+ *   card->configure(trivia, options.time, points, design);
+ *
+ * A host may hand in a subclass with its own layout through
+ * VTALayoutDelegate::customTriviaView(); every step below is virtual. Main thread only.
+ */
+class VANTORA_EXPORT VTATriviaView : public VTAInteractionView
 {
     Q_OBJECT
     QML_NAMED_ELEMENT(VTATriviaViewBase)
@@ -30,6 +37,7 @@ class VTATriviaView : public VTAInteractionView
 
 public:
     explicit VTATriviaView(QQuickItem *parent = nullptr);
+    ~VTATriviaView() override;
 
     /// A new answer row; a subclass may return its own.
     virtual VTATriviaAnswerView *createAnswerView();
@@ -51,19 +59,20 @@ public:
     /// Module "Trivia", the question's id, and the TV promotion's sponsor.
     Vantora::AnalyticsInfo getAnalyticsInfo() const override;
 
-    const std::optional<Vantora::Trivia> &trivia() const { return m_trivia; }
-    const QList<VTATriviaAnswerView *> &answerViews() const { return m_answerViews; }
-    QQuickItem *resultStack() const { return m_resultStack; }
-    QQuickItem *resultLabel() const { return m_resultLabel; }
-    QQuickItem *resultContainer() const { return m_resultContainer; }
+    const std::optional<Vantora::Trivia> &trivia() const;
+    const QList<VTATriviaAnswerView *> &answerViews() const;
+    /// The layout's outlets, each an item with that objectName.
+    QQuickItem *resultStack() const;
+    QQuickItem *resultLabel() const;
+    QQuickItem *resultContainer() const;
 
 protected:
+    /// Binds the outlets; a subclass that overrides it calls it first.
     void componentComplete() override;
 
 private:
-    QPointer<QQuickItem> m_resultStack;
-    QPointer<QQuickItem> m_resultLabel;
-    QPointer<QQuickItem> m_resultContainer;
-    std::optional<Vantora::Trivia> m_trivia;
-    QList<VTATriviaAnswerView *> m_answerViews;
+    std::unique_ptr<VTATriviaViewPrivate> const d_ptr;
+    Q_DECLARE_PRIVATE(VTATriviaView)
 };
+
+#endif

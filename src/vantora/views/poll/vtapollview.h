@@ -1,28 +1,37 @@
-#pragma once
-
-#include "vantora/views/interactionview/vtainteractionview_p.h"
-#include "vantora/views/poll/vtapollanswerview_p.h"
+#ifndef VANTORA_VTAPOLLVIEW_H
+#define VANTORA_VTAPOLLVIEW_H
 
 #include <vantora/records/interactionrecords.h>
+#include <vantora/vantora_export.h>
+#include <vantora/views/interactionview/vtainteractionview.h>
+#include <vantora/views/poll/vtapollanswerview.h>
 
 #include <QList>
 #include <QtQml/qqmlregistration.h>
 
+#include <memory>
 #include <optional>
 
-/// A poll or a prediction with one row per answer. The viewer votes once; the card counts the
-/// vote at once on every row (the chosen answer one more, every total one more), sends it to the
-/// backend through the overlay and shows the statistics. A poll whose status is not "active" is
-/// closed: " [POLL CLOSED]" after its question, the statistics shown, no vote taken, and one
-/// second later the overlay is told that the card is done.
-///
-///   auto *card = fromNib<VTAPollView>();
-///   card->setDelegate(overlay);
-///   card->configure(poll, user.polls.value(poll.id), options.time, points, design);
-///
-/// A host may hand in a subclass with its own layout; every step below is virtual. Main thread
-/// only.
-class VTAPollView : public VTAInteractionView
+class VTAPollViewPrivate;
+
+/**
+ * A poll or a prediction with one row per answer. The viewer votes once; the card counts the
+ * vote at once on every row (the chosen answer one more, every total one more), sends it to the
+ * backend through the overlay and shows the statistics. A poll whose status is not "active" is
+ * closed: " [POLL CLOSED]" after its question, the statistics shown, no vote taken, and one
+ * second later the overlay is told that the card is done.
+ *
+ * The overlay makes, configures and owns the card:
+ *
+ *   auto *card = VTAViews::create<VTAPollView>();
+ *   card->setDelegate(overlay);
+ *   card->configure(poll, user.polls.value(poll.id), options.time, points, design);
+ *
+ * A host may hand in a subclass with its own layout through VTALayoutDelegate::customPollView();
+ * every step below is virtual, and didAnswerPoll() and didLoadPoll() are there to be overridden.
+ * Main thread only.
+ */
+class VANTORA_EXPORT VTAPollView : public VTAInteractionView
 {
     Q_OBJECT
     QML_NAMED_ELEMENT(VTAPollViewBase)
@@ -30,6 +39,7 @@ class VTAPollView : public VTAInteractionView
 
 public:
     explicit VTAPollView(QQuickItem *parent = nullptr);
+    ~VTAPollView() override;
 
     /// Shows the poll; `previousAnswer` is the answer the viewer already gave, if any, and `time`
     /// the countdown in seconds.
@@ -49,21 +59,21 @@ public:
     virtual void didAnswerPoll() { }
     virtual void didLoadPoll() { }
 
-    const QList<VTAPollAnswerView *> &answerViews() const { return m_answerViews; }
-    const std::optional<Vantora::Poll> &poll() const { return m_poll; }
-    bool didEnd() const { return m_didEnd; }
+    const QList<VTAPollAnswerView *> &answerViews() const;
+    const std::optional<Vantora::Poll> &poll() const;
+    bool didEnd() const;
     /// Set when the broadcaster closes the poll while it shows.
-    void setDidEnd(bool ended) { m_didEnd = ended; }
+    void setDidEnd(bool ended);
     /// The votes of all answers as shown, the viewer's own included.
-    qint64 totalVotes() const { return m_totalVotes; }
+    qint64 totalVotes() const;
 
 protected:
     /// Shows every row's statistics.
     void markDone() override;
 
 private:
-    QList<VTAPollAnswerView *> m_answerViews;
-    std::optional<Vantora::Poll> m_poll;
-    bool m_didEnd = false;
-    qint64 m_totalVotes = 0;
+    std::unique_ptr<VTAPollViewPrivate> const d_ptr;
+    Q_DECLARE_PRIVATE(VTAPollView)
 };
+
+#endif

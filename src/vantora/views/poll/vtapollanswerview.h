@@ -1,23 +1,33 @@
-#pragma once
-
-#include "vantora/toolkit/focustvbutton_p.h"
+#ifndef VANTORA_VTAPOLLANSWERVIEW_H
+#define VANTORA_VTAPOLLANSWERVIEW_H
 
 #include <vantora/records/interactionrecords.h>
 #include <vantora/records/streamerinfo.h>
+#include <vantora/vantora_export.h>
+#include <vantora/views/vtaviews.h>
 
-#include <QPointer>
 #include <QQuickItem>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 
+#include <memory>
 #include <optional>
 
-/// One answer of a poll or prediction: a button with the answer (and its picture), and the
-/// answer's share of the votes, hidden until the viewer has voted or the poll has closed. The
-/// statistics read as the poll's `viewType` asks — "percentage" ("33.3%"), "numbers" ("12") or
-/// both ("12 - 40.0%") — and a bar behind the button grows to the share. Loaded from
-/// VTAPollAnswerView.qml. Main thread only.
-class VTAPollAnswerView : public QQuickItem
+namespace Vantora {
+class FocusTvButton;
+}
+class VTAPollAnswerViewPrivate;
+
+/**
+ * One answer of a poll or prediction: a button with the answer (and its picture), and the
+ * answer's share of the votes, hidden until the viewer has voted or the poll has closed. The
+ * statistics read as the poll's `viewType` asks — "percentage" ("33.3%"), "numbers" ("12") or
+ * both ("12 - 40.0%") — and a bar behind the button grows to the share. Loaded from
+ * VTAPollAnswerView.qml; a host's poll card may make rows of its own in
+ * VTAPollView::createAnswerView(), whose layouts name a `button` and a `statsLabel` (and
+ * optionally a `statsBar`). The card owns its rows. Main thread only.
+ */
+class VANTORA_EXPORT VTAPollAnswerView : public QQuickItem
 {
     Q_OBJECT
     QML_NAMED_ELEMENT(VTAPollAnswerViewBase)
@@ -25,15 +35,16 @@ class VTAPollAnswerView : public QQuickItem
 
 public:
     explicit VTAPollAnswerView(QQuickItem *parent = nullptr);
+    ~VTAPollAnswerView() override;
 
-    Vantora::FocusTvButton *button() const { return m_button; }
-    QQuickItem *statsLabel() const { return m_statsLabel; }
+    Vantora::FocusTvButton *button() const;
+    QQuickItem *statsLabel() const;
     /// The bar that grows to the answer's share, when the layout has one.
-    QQuickItem *statsBar() const { return m_statsBar; }
-    QString statsType() const { return m_statsType; }
-    qint64 votes() const { return m_votes; }
-    qint64 totalVotes() const { return m_totalVotes; }
-    const std::optional<QString> &answer() const { return m_answer; }
+    QQuickItem *statsBar() const;
+    QString statsType() const;
+    qint64 votes() const;
+    qint64 totalVotes() const;
+    const std::optional<QString> &answer() const;
 
     /// Shows `answer` with its votes out of `totalVotes`; the statistics show when `didAnswer`.
     virtual void configure(const Vantora::PollAnswer &answer, qint64 totalVotes, bool didAnswer,
@@ -50,14 +61,12 @@ public:
     virtual void applyDesign(const std::optional<Vantora::DesignInfo> &designInfo);
 
 protected:
+    /// Binds the outlets; a subclass that overrides it calls it first.
     void componentComplete() override;
 
 private:
-    QPointer<Vantora::FocusTvButton> m_button;
-    QPointer<QQuickItem> m_statsLabel;
-    QPointer<QQuickItem> m_statsBar;
-    QString m_statsType;
-    qint64 m_votes = 0;
-    qint64 m_totalVotes = 0;
-    std::optional<QString> m_answer;
+    std::unique_ptr<VTAPollAnswerViewPrivate> const d_ptr;
+    Q_DECLARE_PRIVATE(VTAPollAnswerView)
 };
+
+#endif

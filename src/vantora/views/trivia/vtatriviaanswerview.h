@@ -1,23 +1,36 @@
-#pragma once
-
-#include "vantora/toolkit/focustvbutton_p.h"
-#include "vantora/toolkit/imageview_p.h"
+#ifndef VANTORA_VTATRIVIAANSWERVIEW_H
+#define VANTORA_VTATRIVIAANSWERVIEW_H
 
 #include <vantora/records/interactionrecords.h>
 #include <vantora/records/streamerinfo.h>
+#include <vantora/vantora_export.h>
+#include <vantora/views/vtaviews.h>
 
-#include <QPointer>
+#include <QColor>
+#include <QImage>
 #include <QQuickItem>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 
+#include <memory>
 #include <optional>
 
-/// One answer of a trivia card: a button with the answer's text, an optional picture in a column
-/// on its left, and the mark a result puts on it — a tick in the "correct" colour, a cross in the
-/// "wrong" colour on the viewer's own wrong answer, a plain cross on any other. Loaded from
-/// VTATriviaAnswerView.qml. Main thread only.
-class VTATriviaAnswerView : public QQuickItem
+namespace Vantora {
+class FocusTvButton;
+class ImageView;
+} // namespace Vantora
+class VTATriviaAnswerViewPrivate;
+
+/**
+ * One answer of a trivia card: a button with the answer's text, an optional picture in a column
+ * on its left, and the mark a result puts on it — a tick in the "correct" colour, a cross in the
+ * "wrong" colour on the viewer's own wrong answer, a plain cross on any other. Loaded from
+ * VTATriviaAnswerView.qml; a host's trivia card may make rows of its own in
+ * VTATriviaView::createAnswerView(), whose layouts name a `button` and may add a `titleLabel`,
+ * a `checkMarkView`, and an `imageView` in an `imageColumn`. The card owns its rows. Main thread
+ * only.
+ */
+class VANTORA_EXPORT VTATriviaAnswerView : public QQuickItem
 {
     Q_OBJECT
     QML_NAMED_ELEMENT(VTATriviaAnswerViewBase)
@@ -25,14 +38,15 @@ class VTATriviaAnswerView : public QQuickItem
 
 public:
     explicit VTATriviaAnswerView(QQuickItem *parent = nullptr);
+    ~VTATriviaAnswerView() override;
 
-    Vantora::FocusTvButton *button() const { return m_button; }
+    Vantora::FocusTvButton *button() const;
     /// The answer's text; a layout without one shows it as the button's title.
-    QQuickItem *titleLabel() const { return m_titleLabel; }
-    Vantora::ImageView *checkMarkView() const { return m_checkMarkView; }
-    Vantora::ImageView *imageView() const { return m_imageView; }
+    QQuickItem *titleLabel() const;
+    Vantora::ImageView *checkMarkView() const;
+    Vantora::ImageView *imageView() const;
     /// The column that holds imageView; its width is the picture's room.
-    QQuickItem *imageColumn() const { return m_imageColumn; }
+    QQuickItem *imageColumn() const;
 
     /// The answer's text: the title label's, or the button's title when there is none.
     QString title() const;
@@ -51,6 +65,7 @@ public:
     virtual void applyDesign(const std::optional<Vantora::DesignInfo> &designInfo);
 
 protected:
+    /// Binds the outlets; a subclass that overrides it calls it first.
     void componentComplete() override;
     /// Shows a loaded picture, shrunk to 40 pixels high when taller, in its own colours.
     void showImage(const QImage &image);
@@ -59,9 +74,8 @@ private:
     void showMark(const QImage &mark);
     void setButtonStyle(const QColor &color);
 
-    QPointer<Vantora::FocusTvButton> m_button;
-    QPointer<QQuickItem> m_titleLabel;
-    QPointer<Vantora::ImageView> m_checkMarkView;
-    QPointer<Vantora::ImageView> m_imageView;
-    QPointer<QQuickItem> m_imageColumn;
+    std::unique_ptr<VTATriviaAnswerViewPrivate> const d_ptr;
+    Q_DECLARE_PRIVATE(VTATriviaAnswerView)
 };
+
+#endif

@@ -1,30 +1,38 @@
-#pragma once
-
-#include "vantora/views/interactionview/vtainteractionview_p.h"
-#include "vantora/views/rating/vtaratinganswerview_p.h"
+#ifndef VANTORA_VTARATINGVIEW_H
+#define VANTORA_VTARATINGVIEW_H
 
 #include <vantora/records/interactionrecords.h>
+#include <vantora/vantora_export.h>
+#include <vantora/views/interactionview/vtainteractionview.h>
+#include <vantora/views/rating/vtaratinganswerview.h>
 
 #include <QList>
-#include <QPointer>
 #include <QtQml/qqmlregistration.h>
 
+#include <memory>
 #include <optional>
 
-/// The rating card: one step per value from 1 to the rating's maximum, drawn with the rating's
-/// icon or the step's number. The viewer's step goes to the backend through the overlay; the card
-/// then shows the audience's average, counting the viewer in at once, next to the maximum, and
-/// takes the backend's later figures only when more people have rated.
-///
-///   auto *card = fromNib<VTARatingView>();
-///   card->setDelegate(overlay);
-///   card->configure(rating, previousAnswer, 30, points, design);
-///   ...
-///   card->updateInfo(liveRating); // realtime totals
-///
-/// Every step of the card's life is virtual, so that a host can hand in its own subclass with its
-/// own layout. Main thread only; the delayed promotion and the icon die with the card.
-class VTARatingView : public VTAInteractionView
+class VTARatingViewPrivate;
+
+/**
+ * The rating card: one step per value from 1 to the rating's maximum, drawn with the rating's
+ * icon or the step's number. The viewer's step goes to the backend through the overlay; the card
+ * then shows the audience's average, counting the viewer in at once, next to the maximum, and
+ * takes the backend's later figures only when more people have rated.
+ *
+ * The overlay makes, configures and owns the card:
+ *
+ *   auto *card = VTAViews::create<VTARatingView>();
+ *   card->setDelegate(overlay);
+ *   card->configure(rating, previousAnswer, 30, points, design);
+ *   ...
+ *   card->updateInfo(liveRating); // realtime totals
+ *
+ * Every step of the card's life is virtual, so that a host can hand in its own subclass with its
+ * own layout through VTALayoutDelegate::customRatingView(). Main thread only; the delayed
+ * promotion and the icon die with the card.
+ */
+class VANTORA_EXPORT VTARatingView : public VTAInteractionView
 {
     Q_OBJECT
     QML_NAMED_ELEMENT(VTARatingViewBase)
@@ -32,6 +40,7 @@ class VTARatingView : public VTAInteractionView
 
 public:
     explicit VTARatingView(QQuickItem *parent = nullptr);
+    ~VTARatingView() override;
 
     /// Builds the steps and starts the countdown; `previousAnswer` present means the viewer has
     /// rated already, and the card opens on the average.
@@ -56,15 +65,17 @@ public:
     QQuickItem *preferredFocusItem() const override;
     void applyDesign(const std::optional<Vantora::DesignInfo> &design) override;
 
-    const std::optional<Vantora::Rating> &rating() const { return m_rating; }
-    const QList<VTARatingAnswerView *> &answerViews() const { return m_answerViews; }
-    QQuickItem *resultContainer() const { return m_resultContainer; }
-    Vantora::ImageView *starIcon() const { return m_starIcon; }
-    QQuickItem *averageLabel() const { return m_averageLabel; }
-    QQuickItem *outOfLabel() const { return m_outOfLabel; }
-    QQuickItem *maxLabel() const { return m_maxLabel; }
+    const std::optional<Vantora::Rating> &rating() const;
+    const QList<VTARatingAnswerView *> &answerViews() const;
+    /// The layout's outlets, each an item with that objectName.
+    QQuickItem *resultContainer() const;
+    Vantora::ImageView *starIcon() const;
+    QQuickItem *averageLabel() const;
+    QQuickItem *outOfLabel() const;
+    QQuickItem *maxLabel() const;
 
 protected:
+    /// Binds the outlets; a subclass that overrides it calls it first.
     void componentComplete() override;
     void keyPressEvent(QKeyEvent *event) override;
     /// Hooks for a host's subclass: after the viewer rated, and after configure().
@@ -75,11 +86,8 @@ private:
     /// Sizes the steps to fit one line and centres it.
     void arrangeSteps();
 
-    QPointer<QQuickItem> m_resultContainer;
-    QPointer<Vantora::ImageView> m_starIcon;
-    QPointer<QQuickItem> m_averageLabel;
-    QPointer<QQuickItem> m_outOfLabel;
-    QPointer<QQuickItem> m_maxLabel;
-    QList<VTARatingAnswerView *> m_answerViews;
-    std::optional<Vantora::Rating> m_rating;
+    std::unique_ptr<VTARatingViewPrivate> const d_ptr;
+    Q_DECLARE_PRIVATE(VTARatingView)
 };
+
+#endif

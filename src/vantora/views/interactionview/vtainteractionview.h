@@ -1,36 +1,47 @@
-#pragma once
-
-#include "vantora/toolkit/imageview_p.h"
-#include "vantora/toolkit/scheduler_p.h"
-#include "vantora/views/infoview/vtainfoview_p.h"
-#include "vantora/views/interactiondelegate_p.h"
-#include "vantora/views/promotionview/promotionview_p.h"
+#ifndef VANTORA_VTAINTERACTIONVIEW_H
+#define VANTORA_VTAINTERACTIONVIEW_H
 
 #include <vantora/records/promotion.h>
 #include <vantora/records/sessioninfo.h>
 #include <vantora/records/streamerinfo.h>
+#include <vantora/vantora_export.h>
+#include <vantora/views/infoview/vtainfoview.h>
+#include <vantora/views/vtaviews.h>
 
-#include <QPointer>
+#include <QObject>
 #include <QQuickItem>
+#include <QString>
 #include <QtQml/qqmlregistration.h>
 
+#include <memory>
 #include <optional>
 
 namespace Vantora {
-Q_NAMESPACE
+Q_NAMESPACE_EXPORT(VANTORA_EXPORT)
 /// Where a card is in its life: waiting for the answer, waiting for the backend, showing the
 /// result.
 enum class InteractionState { active, loading, completed };
 Q_ENUM_NS(InteractionState)
-} // namespace Vantora
 
-/// What every card shares: its three states, the one-second countdown shown in the info bar, the
-/// three ways it closes (the countdown running out while unanswered, the close button, the
-/// result being known), the viewer's points and level, the channel design's colours and images,
-/// the sponsor promotion beside it (sliding in, or flipping in over the dimmed card), and which
-/// control the remote focuses. Trivia, poll and rating cards build on it; the overlay is its
-/// delegate. Main thread only; every delay runs on the scheduler.
-class VTAInteractionView : public QQuickItem
+class ImageView;
+class InteractionDelegate;
+class PromotionView;
+} // namespace Vantora
+class VTAInteractionViewPrivate;
+
+/**
+ * What every card shares: its three states, the one-second countdown shown in the info bar, the
+ * three ways it closes (the countdown running out while unanswered, the close button, the
+ * result being known), the viewer's points and level, the channel design's colours and images,
+ * the sponsor promotion beside it (sliding in, or flipping in over the dimmed card), and which
+ * control the remote focuses. VTATriviaView, VTAPollView and VTARatingView build on it; a host
+ * subclasses those, not this class directly.
+ *
+ * The overlay is the card's delegate and owns the card while it shows; a card made with
+ * VTAViews::create() belongs to its caller until then. Main thread only; every delay runs on
+ * the library's scheduler and dies with the card.
+ */
+class VANTORA_EXPORT VTAInteractionView : public QQuickItem
 {
     Q_OBJECT
     QML_NAMED_ELEMENT(VTAInteractionViewBase)
@@ -45,21 +56,21 @@ public:
     Vantora::InteractionDelegate *delegate() const;
     /// The overlay as an object: what owns the replies to the card's answers, which may arrive
     /// after the card has closed.
-    QObject *delegateObject() const { return m_delegate; }
+    QObject *delegateObject() const;
 
-    QString identifier() const { return m_identifier; }
-    void setIdentifier(const QString &identifier) { m_identifier = identifier; }
-    Vantora::InteractionState state() const { return m_state; }
-    bool didAnswer() const { return m_didAnswer; }
-    void setDidAnswer(bool answered) { m_didAnswer = answered; }
-    qint64 time() const { return m_time; }
-    void setTime(qint64 seconds) { m_time = seconds; }
-    bool isClosing() const { return m_isClosing; }
+    QString identifier() const;
+    void setIdentifier(const QString &identifier);
+    Vantora::InteractionState state() const;
+    bool didAnswer() const;
+    void setDidAnswer(bool answered);
+    qint64 time() const;
+    void setTime(qint64 seconds);
+    bool isClosing() const;
     /// Set by the overlay as it takes the card away; no path closes it again after that.
-    void setClosing(bool closing) { m_isClosing = closing; }
+    void setClosing(bool closing);
     /// Milliseconds since 2001 when the card was configured: tells a delayed close which card it
     /// meant.
-    qint64 tag() const { return m_tag; }
+    qint64 tag() const;
     /// Gives the card a tag from the wall clock, distinct from every tag handed out before.
     void stampTag();
 
@@ -92,20 +103,22 @@ public:
     /// answer into view; false when the focus is on no answer or would leave the list.
     bool moveAnswerFocus(int step);
 
-    VTAInfoView *infoView() const { return m_infoView; }
-    Vantora::ImageView *mainIcon() const { return m_mainIcon; }
-    QQuickItem *titleLabel() const { return m_titleLabel; }
-    QQuickItem *answerStack() const { return m_answerStack; }
-    QQuickItem *indicator() const { return m_indicator; }
-    Vantora::ImageView *backgroundView() const { return m_backgroundView; }
-    QQuickItem *mainContainer() const { return m_mainContainer; }
-    QQuickItem *infoContainer() const { return m_infoContainer; }
-    QQuickItem *promotionContainer() const { return m_promotionContainer; }
-    QQuickItem *promotionFlipContainer() const { return m_promotionFlipContainer; }
-    QQuickItem *scrollView() const { return m_scrollView; }
-    Vantora::PromotionView *promotionView() const { return m_promotionView; }
+    /// The layout's outlets, each an item with that objectName.
+    VTAInfoView *infoView() const;
+    Vantora::ImageView *mainIcon() const;
+    QQuickItem *titleLabel() const;
+    QQuickItem *answerStack() const;
+    QQuickItem *indicator() const;
+    Vantora::ImageView *backgroundView() const;
+    QQuickItem *mainContainer() const;
+    QQuickItem *infoContainer() const;
+    QQuickItem *promotionContainer() const;
+    QQuickItem *promotionFlipContainer() const;
+    QQuickItem *scrollView() const;
+    Vantora::PromotionView *promotionView() const;
 
 protected:
+    /// Binds the outlets; a subclass that overrides it calls it first.
     void componentComplete() override;
     /// The remote's arrows move between the answers: up and left back, down and right on.
     void keyPressEvent(QKeyEvent *event) override;
@@ -117,26 +130,8 @@ protected:
 private:
     void tick();
 
-    QPointer<Vantora::ImageView> m_mainIcon;
-    QPointer<QQuickItem> m_titleLabel;
-    QPointer<QQuickItem> m_answerStack;
-    QPointer<QQuickItem> m_indicator;
-    QPointer<Vantora::ImageView> m_backgroundView;
-    QPointer<QQuickItem> m_mainContainer;
-    QPointer<QQuickItem> m_infoContainer;
-    QPointer<QQuickItem> m_promotionContainer;
-    QPointer<QQuickItem> m_promotionFlipContainer;
-    QPointer<QQuickItem> m_scrollView;
-    QPointer<QQuickItem>
-        m_promotionFlipHolder; ///< where a flipping promotion sits, if not all over
-    QPointer<VTAInfoView> m_infoView;
-    QPointer<Vantora::PromotionView> m_promotionView;
-    QPointer<QObject> m_delegate;
-    QString m_identifier;
-    Vantora::InteractionState m_state = Vantora::InteractionState::active;
-    bool m_didAnswer = false;
-    qint64 m_time = 0;
-    Vantora::TimerId m_clockTimer = 0;
-    bool m_isClosing = false;
-    qint64 m_tag = 0;
+    std::unique_ptr<VTAInteractionViewPrivate> const d_ptr;
+    Q_DECLARE_PRIVATE(VTAInteractionView)
 };
+
+#endif
