@@ -1,0 +1,74 @@
+#include "overlayhost.h"
+#include "tvplayer.h"
+#include "tvconsole.h"
+
+OverlayHost::OverlayHost(TvPlayer *player, VTAOverlayView *overlay, QQuickItem *playerSurface,
+                         QObject *parent)
+    : VTAOverlayDelegate(parent), m_player(player), m_overlay(overlay),
+      m_playerSurface(playerSurface)
+{
+    m_reports.setInterval(reportInterval);
+    connect(&m_reports, &QTimer::timeout, this, [this] {
+        if (m_overlay && m_player)
+            m_overlay->videoPlaying(m_player->position());
+    });
+    connect(player, &TvPlayer::playingChanged, this, &OverlayHost::playingChanged);
+    connect(player, &TvPlayer::seeked, this, &OverlayHost::seeked);
+}
+
+bool OverlayHost::back()
+{
+    return m_overlay && m_overlay->closeInteractionIfNeeded();
+}
+
+void OverlayHost::overlayRequestedPause()
+{
+    tvLine(QStringLiteral("the overlay asks to pause"));
+    if (m_player)
+        m_player->pause();
+}
+
+void OverlayHost::overlayRequestedPlay()
+{
+    tvLine(QStringLiteral("the overlay asks to play"));
+    if (m_player)
+        m_player->play();
+}
+
+void OverlayHost::overlayRequestedFocus()
+{
+    tvLine(QStringLiteral("the overlay takes the remote"));
+    if (m_overlay)
+        m_overlay->forceActiveFocus();
+}
+
+void OverlayHost::overlayReleasedFocus()
+{
+    tvLine(QStringLiteral("the overlay gives the remote back"));
+    if (m_playerSurface)
+        m_playerSurface->forceActiveFocus();
+}
+
+void OverlayHost::playingChanged()
+{
+    if (!m_overlay || !m_player)
+        return;
+    if (m_player->isPlaying()) {
+        m_overlay->videoPlaying(m_player->position());
+        m_reports.start();
+    } else {
+        m_reports.stop();
+        m_overlay->videoPaused();
+    }
+}
+
+void OverlayHost::seeked(double position)
+{
+    // A jump is a stop at the old position and a start at the new one: the overlay lays the
+    // clock's items again from there.
+    if (!m_overlay || !m_player || !m_player->isPlaying())
+        return;
+    m_overlay->videoPaused();
+    m_overlay->videoPlaying(position);
+    m_reports.start();
+}
