@@ -10,6 +10,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/prctl.h>
+
+#include <csignal>
+
 namespace Vantora::DevServerTest {
 
 /// A running server process and the environment lines it printed.
@@ -18,6 +22,8 @@ class ServerProcess
 public:
     ServerProcess(const QString &program, const QStringList &arguments)
     {
+        // A test that dies (a fatal error, a time-out) takes its server with it.
+        m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
         m_process.start(program, arguments);
         const bool ready = waitUntil([&] {
             m_out += m_process.readAllStandardOutput();

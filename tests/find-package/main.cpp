@@ -1,5 +1,6 @@
 // Includes every installed header and calls into the shared library.
 
+#include <vantora/overlay/vtaoverlayview.h>
 #include <vantora/records/apibodies.h>
 #include <vantora/records/interactionrecords.h>
 #include <vantora/records/promotion.h>
@@ -10,11 +11,37 @@
 #include <vantora/records/vtaenvironment.h>
 #include <vantora/version.h>
 
+#include <QGuiApplication>
+
 #include <cstdio>
 #include <cstring>
 
-int main()
+// The player's side of the overlay.
+class PlayerBridge : public VTAOverlayDelegate
 {
+public:
+    int pauses = 0;
+    void overlayRequestedPause() override { ++pauses; }
+    void overlayRequestedPlay() override { }
+    void overlayRequestedFocus() override { }
+    void overlayReleasedFocus() override { }
+};
+
+int main(int argc, char *argv[])
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    PlayerBridge bridge;
+    VTAOverlayView overlay;
+    overlay.setDelegate(&bridge);
+    overlay.setAnimationType(VTAAnimationType::fromRight);
+    overlay.setInjectionDelay(0);
+    if (overlay.delegate() != &bridge || overlay.injectionDelay().has_value()
+        || overlay.isDisplayingInteraction() || overlay.closeInteractionIfNeeded()) {
+        std::puts("consumer: unexpected overlay state");
+        return 1;
+    }
+
     Vantora::Promotion promotion;
     promotion.clientType = QStringLiteral("smartTV");
     promotion.viewType.value = QStringLiteral("flip");

@@ -5,9 +5,10 @@
 #include "vantora/views/interactiondelegate_p.h"
 #include "vantora/views/notice/noticedelegate_p.h"
 
+#include <vantora/overlay/vtaoverlayview.h>
+
 #include <QObject>
 
-class VTAOverlayView;
 class VTAPollView;
 class VTARatingView;
 class VTATriviaView;
@@ -30,6 +31,9 @@ class OverlayController final : public QObject,
 public:
     explicit OverlayController(VTAOverlayView *overlay);
     ~OverlayController() override;
+
+    /// The controller behind an overlay.
+    static OverlayController *of(VTAOverlayView *overlay) { return overlay->d.get(); }
 
     OverlayState state;
     PusherHelper pusherHelper;

@@ -266,6 +266,10 @@ void OverlayController::requestFocus()
     if (VTAOverlayDelegate *host = state.delegate)
         host->overlayRequestedFocus();
     Q_EMIT m_overlay->focusRequested();
+    // Focusing the overlay again changes nothing while it has the focus: a card that replaced
+    // another takes it here.
+    if (VTAInteractionView *card = state.currentInteraction; card && m_overlay->hasActiveFocus())
+        card->focusPreferredItem();
 }
 
 void OverlayController::releaseFocus()

@@ -13,11 +13,16 @@
 
 using namespace Vantora;
 
+// Generated with the views' module.
+void qml_register_types_Vantora();
+
 namespace {
 
 // A host's QML names the overlay beside the cards, in the one "Vantora" module.
 void registerOverlayType()
 {
+    // The cards' types first: once the module has a type, an import no longer registers them.
+    qml_register_types_Vantora();
     qmlRegisterType<VTAOverlayView>("Vantora", 1, 0, "VTAOverlayView");
     qmlRegisterUncreatableType<VTAOverlayDelegate>("Vantora", 1, 0, "VTAOverlayDelegate",
                                                    QStringLiteral("Implement it in C++"));

@@ -79,11 +79,12 @@ public:
  *
  * From C++:
  *
- *   auto *overlay = new VTAOverlayView(playerItem);   // fills its parent
+ *   auto *overlay = new VTAOverlayView(playerItem);
+ *   overlay->setSize(playerItem->size());             // full size, over the picture
  *   overlay->load(u"1001"_s, u"acme"_s, VTAEnvironment::productionDefault(), &bridge);
  *   ...
- *   overlay->videoPlaying(player.position());         // while playing, as often as you like
- *   overlay->videoPaused();                           // when the player stops
+ *   overlay->videoPlaying(player.position());         // on play and resume
+ *   overlay->videoPaused();                           // on pause, and before a seek
  *   ...
  *   if (!overlay->closeInteractionIfNeeded())         // the remote's back key
  *       leaveScreen();
@@ -133,7 +134,12 @@ public:
                           const QString &environment);
 
     /// The player plays at `time` seconds into the video. Call it when playback starts or
-    /// resumes, and freely while it plays.
+    /// resumes, after videoPaused(); seek as pause, then play. While the timers laid then are
+    /// pending, a report a second or more away from the position they were laid at changes
+    /// nothing, so periodic reports should be at least a second apart: a report closer than
+    /// that lays the clock again from its position, and an item due within half a second of it
+    /// is then skipped. Before the channel's content has arrived, reports are not kept; the
+    /// content lays the clock from second 0 until the player is paused and played again.
     Q_INVOKABLE void videoPlaying(double time);
     /// The player stopped: nothing is due by the video's clock until it plays again.
     Q_INVOKABLE void videoPaused();

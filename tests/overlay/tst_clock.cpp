@@ -1,0 +1,184 @@
+// The video clock: which entries get a timer, when it fires and what it shows, and the catch-up
+// on the broadcaster's latest injection at start-up.
+
+#include "overlaytest.h"
+
+using namespace Vantora;
+using namespace Vantora::TestSupport;
+using namespace OverlayTesting;
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+[[maybe_unused]] const bool realtimeOnLoopback =
+    qputenv("VANTORA_REALTIME_URL", "ws://127.0.0.1:9");
+
+class ClockTest : public OverlayTest
+{
+protected:
+    void loadWith(const QList<Clock> &clocks, const QList<Injection> &injections = {})
+    {
+        StreamerInfo info = channel();
+        info.clocks = clocks;
+        if (!injections.isEmpty())
+            info.injections = injections;
+        answer("/userApi/streamer/getInfo", Json::encode(info));
+        load();
+    }
+
+    // The poll card showing now, by id; empty when none shows.
+    QString shownID() const { return card() ? card()->identifier() : QString(); }
+};
+
+Injection injection(const QString &id, qint64 timestamp, const QString &timeToStay)
+{
+    Injection entry;
+    entry.id = id;
+    entry.module = u"polls"_s;
+    entry.injection_timestamp.value = QString::number(timestamp);
+    entry.timeToStay.value = timeToStay;
+    entry.smartTV = true;
+    return entry;
+}
+
+} // namespace
+
+TEST_F(ClockTest, onlyTvEntriesOfKnownModulesStrictlyAheadAreLaid)
+{
+    Clock noTv = OverlayTesting::clock(u"p1"_s, u"polls"_s, 5);
+    noTv.smartTV.reset();
+    Clock notForTv = OverlayTesting::clock(u"p1"_s, u"polls"_s, 5);
+    notForTv.smartTV = false;
+    loadWith({noTv, notForTv, OverlayTesting::clock(u"p1"_s, u"video"_s, 5),
+              OverlayTesting::clock(u"p1"_s, u"polls"_s, 0)});
+    EXPECT_TRUE(state().timerList.isEmpty()) << "laid at 0.0 on arrival";
+
+    // 10.5 is not beyond 10 + 0.5; 11 is, by 1 s; the duplicates each get a timer.
+    loadWith({OverlayTesting::clock(u"p1"_s, u"polls"_s, 10),
+              OverlayTesting::clock(u"p2"_s, u"poll"_s, 11),
+              OverlayTesting::clock(u"p2"_s, u"poll"_s, 11)});
+    overlay->videoPaused();
+    overlay->videoPlaying(10.49);
+    EXPECT_EQ(state().timerList.size(), 2);
+    EXPECT_EQ(state().lastClockRefreshTime, 10.49);
+    clock.advanceBy(509ms);
+    EXPECT_EQ(shownID(), QString());
+    clock.advanceBy(1ms);
+    // Both p2 timers fired: the second closed the first card and shows 0.6 s later.
+    EXPECT_EQ(shownID(), QString());
+    EXPECT_TRUE(state().animating);
+    EXPECT_EQ(state().timerList.size(), 0) << "each fired timer leaves the list";
+    clock.advanceBy(599ms);
+    EXPECT_EQ(shownID(), QString());
+    clock.advanceBy(1ms);
+    EXPECT_EQ(shownID(), u"p2"_s);
+
+    overlay->videoPaused();
+    overlay->videoPlaying(10.5);
+    EXPECT_EQ(state().timerList.size(), 0) << "exactly 0.5 ahead is not laid";
+}
+
+TEST_F(ClockTest, aFiringEntryShowsItsItemForItsTimeAttributedToTheClock)
+{
+    loadWith({OverlayTesting::clock(u"p1"_s, u"polls"_s, 3, false, u"abc"_s),
+              OverlayTesting::clock(u"r1"_s, u"rating"_s, 70, false, u""_s),
+              OverlayTesting::clock(u"p2"_s, u"polls"_s, 200, false, u"+12"_s)});
+    clock.advanceBy(3s);
+    ASSERT_EQ(shownID(), u"p1"_s);
+    EXPECT_EQ(card()->time(), 30) << "an unreadable time gives 30 s";
+    EXPECT_EQ(reports().last(), u"view Polls clock p1 3"_s);
+    clock.advanceBy(67s);
+    ASSERT_EQ(shownID(), u"r1"_s);
+    EXPECT_EQ(card()->time(), 30);
+    clock.advanceBy(130s);
+    ASSERT_EQ(shownID(), u"p2"_s);
+    EXPECT_EQ(card()->time(), 12);
+}
+
+TEST_F(ClockTest, playingReLaysOnlyNearTheLastLayingAndPausingEmptiesTheList)
+{
+    overlay->videoPlaying(50);
+    EXPECT_TRUE(state().timerList.isEmpty()) << "nothing before the channel document";
+    EXPECT_EQ(state().lastClockRefreshTime, 0);
+
+    loadWith({OverlayTesting::clock(u"p1"_s, u"polls"_s, 300)});
+    overlay->videoPaused();
+    EXPECT_TRUE(state().timerList.isEmpty());
+    overlay->videoPlaying(99.5);
+    const QList<TimerId> laid = state().timerList;
+    overlay->videoPlaying(100); // 0.5 from the laying: laid again
+    EXPECT_NE(state().timerList, laid);
+    EXPECT_EQ(state().lastClockRefreshTime, 100);
+    const QList<TimerId> relaid = state().timerList;
+    overlay->videoPlaying(200); // far from it: the timers stay, still counting from 100
+    EXPECT_EQ(state().timerList, relaid);
+    EXPECT_EQ(state().lastClockRefreshTime, 100);
+    clock.advanceBy(199s);
+    EXPECT_EQ(shownID(), QString());
+    clock.advanceBy(1s);
+    EXPECT_EQ(shownID(), u"p1"_s);
+}
+
+TEST_F(ClockTest, anEntryThatPausedTheVideoIsNotLaidAgain)
+{
+    loadWith({OverlayTesting::clock(u"p1"_s, u"polls"_s, 20, true),
+              OverlayTesting::clock(u"p2"_s, u"polls"_s, 25)});
+    clock.advanceBy(20s);
+    ASSERT_EQ(shownID(), u"p1"_s);
+    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s}));
+    EXPECT_EQ(state().lastPausedClockID, u"p1"_s);
+    overlay->closeInteractionIfNeeded();
+    EXPECT_EQ(host.calls.last(2), (QStringList{u"release"_s, u"play"_s}));
+
+    overlay->videoPaused();
+    overlay->videoPlaying(10); // sought back before both
+    EXPECT_EQ(state().timerList.size(), 1);
+    clock.advanceBy(20s);
+    EXPECT_EQ(shownID(), u"p2"_s);
+}
+
+TEST_F(ClockTest, theCatchUpShowsOnlyTheLatestInjectionStillRunning)
+{
+    const qint64 now = 1'800'000'000;
+    clock.setWallClockMSecs(now * 1000);
+    struct Row
+    {
+        const char *name;
+        QList<Injection> injections;
+        QString shown;
+        qint64 time;
+    };
+    Injection older = injection(u"p1"_s, now - 100, u"600"_s);
+    Injection tv = injection(u"p2"_s, now - 10, u"40"_s);
+    Injection notTv = injection(u"p1"_s, now, u"600"_s);
+    notTv.smartTV = false;
+    Injection unknown = injection(u"p1"_s, now, u"600"_s);
+    unknown.module = u"video"_s;
+    Injection tie = injection(u"p1"_s, now - 10, u"40"_s);
+    const Row rows[] = {
+        {"latest wins", {older, tv, notTv}, u"p2"_s, 28},
+        {"ties keep the first", {tv, tie}, u"p2"_s, 28},
+        {"tie, other order", {tie, tv}, u"p1"_s, 28},
+        {"unknown latest: no fallback", {older, unknown}, {}, 0},
+        {"ends in 5 s", {injection(u"p1"_s, now - 10, u"17"_s)}, {}, 0},
+        {"ends in 6 s", {injection(u"p1"_s, now - 10, u"18"_s)}, u"p1"_s, 6},
+        {"no timestamp", {injection(u"p1"_s, 0, u"999999999999"_s)}, {}, 0},
+        {"unreadable stay", {injection(u"p1"_s, now + 60, u"x"_s)}, u"p1"_s, 58},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        loadWith({}, row.injections);
+        clock.advanceBy(1999ms);
+        EXPECT_EQ(shownID(), QString()) << "the catch-up waits 2 s";
+        clock.advanceBy(1ms);
+        EXPECT_EQ(shownID(), row.shown);
+        if (card()) {
+            EXPECT_EQ(card()->time(), row.time);
+            EXPECT_EQ(state().lastAnalyticsSource, u"injection"_s);
+            EXPECT_EQ(state().lastAnalyticsSourceID, row.shown);
+            EXPECT_EQ(state().willAutoClose, true) << "closes after the answer by default";
+        }
+        clock.setWallClockMSecs(now * 1000);
+    }
+}

@@ -1,0 +1,244 @@
+// The display gate: one card at a time, its placement and slides, the pause and focus requests,
+// auto-close, and what happens to items that arrive while a card slides out.
+
+#include "overlaytest.h"
+#include "vantora/toolkit/viewloader_p.h"
+#include "vantora/views/poll/vtapollview_p.h"
+#include "vantora/views/trivia/vtatriviaview_p.h"
+
+using namespace Vantora;
+using namespace Vantora::TestSupport;
+using namespace OverlayTesting;
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+[[maybe_unused]] const bool realtimeOnLoopback =
+    qputenv("VANTORA_REALTIME_URL", "ws://127.0.0.1:9");
+
+// Hands the overlay built-in poll cards of a chosen height.
+class ShortCards : public VTALayoutDelegate
+{
+public:
+    VTAPollView *customPollView() override
+    {
+        auto *view = fromNib<VTAPollView>();
+        view->setHeight(300);
+        return view;
+    }
+};
+
+class DisplayTest : public OverlayTest
+{
+protected:
+    void SetUp() override { load(); }
+
+    void show(const QString &id, const QString &type, InteractionOptions options = {30})
+    {
+        controller->displayInteraction(id, type, options, false);
+        clock.runPending();
+    }
+
+    QString shownID() const { return card() ? card()->identifier() : QString(); }
+};
+
+} // namespace
+
+TEST_F(DisplayTest, eachModuleFindsItsRecordAndLogsItsKind)
+{
+    struct Row
+    {
+        const char *id;
+        const char *module;
+        const char *line; // nullptr: dropped
+    };
+    const Row rows[] = {
+        {"p1", "polls", "VTA showing POLL"},
+        {"p2", "poll", "VTA showing POLL"},
+        {"pr1", "predictions", "VTA showing POLL"},
+        {"pr1", "prediction", "VTA showing POLL"},
+        {"r1", "rating", "VTA showing RATING"},
+        {"p1", "rating", nullptr},
+        {"pr1", "polls", nullptr},
+        {"p1", "video", nullptr},
+        {"P1", "polls", nullptr},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(std::string(row.id) + " " + row.module);
+        const QStringList lines = linesOf([&] {
+            show(QString::fromLatin1(row.id), QString::fromLatin1(row.module));
+            clock.advanceBy(1s); // past the replacement of the previous card
+        });
+        EXPECT_EQ(lines, row.line ? QStringList{QString::fromLatin1(row.line)} : QStringList{});
+        EXPECT_EQ(shownID(), row.line ? QString::fromLatin1(row.id) : QString());
+        overlay->closeInteractionIfNeeded();
+        clock.advanceBy(1s);
+    }
+}
+
+TEST_F(DisplayTest, aNewItemReplacesTheCardAndOneArrivingDuringASlideOutWaitsOnce)
+{
+    show(u"p1"_s, u"polls"_s);
+    QPointer<VTAInteractionView> first = card();
+    show(u"p2"_s, u"polls"_s);
+    EXPECT_FALSE(card()) << "the first card is on its way out";
+    EXPECT_TRUE(first->isClosing());
+    clock.advanceBy(599ms);
+    EXPECT_FALSE(card());
+    EXPECT_FALSE(first) << "gone once slid out";
+    clock.advanceBy(1ms);
+    EXPECT_EQ(shownID(), u"p2"_s);
+
+    // During a slide-out: once more 2 s later.
+    overlay->closeInteractionIfNeeded();
+    show(u"p1"_s, u"polls"_s);
+    EXPECT_FALSE(card());
+    clock.advanceBy(1999ms);
+    EXPECT_FALSE(card());
+    clock.advanceBy(1ms);
+    EXPECT_EQ(shownID(), u"p1"_s);
+
+    // ... and lost if a card is sliding out again then.
+    overlay->closeInteractionIfNeeded();
+    show(u"p2"_s, u"polls"_s); // retried at 2.0 s
+    clock.advanceBy(1700ms);
+    show(u"r1"_s, u"rating"_s);
+    EXPECT_EQ(shownID(), u"r1"_s);
+    clock.advanceBy(100ms);
+    overlay->closeInteractionIfNeeded(); // slides out until 2.2 s
+    clock.advanceBy(5s);
+    EXPECT_EQ(shownID(), QString());
+}
+
+TEST_F(DisplayTest, cardsSlideInFlushRightAndRestAboveTheMargin)
+{
+    ShortCards layout;
+    overlay->setLayoutDelegate(&layout);
+    overlay->setBottomMargin(40);
+    for (const VTAAnimationType type :
+         {VTAAnimationType::fromRight, VTAAnimationType::fromBottom}) {
+        SCOPED_TRACE(int(type));
+        overlay->setAnimationType(type);
+        show(u"p1"_s, u"polls"_s);
+        ASSERT_TRUE(card());
+        EXPECT_EQ(card()->height(), 300);
+        const QPointF start = card()->position();
+        if (type == VTAAnimationType::fromRight)
+            EXPECT_EQ(start, QPointF(1920, 740));
+        else
+            EXPECT_EQ(start, QPointF(1920 - card()->width(), 1080));
+        clock.advanceBy(400ms);
+        EXPECT_EQ(card()->position(), QPointF(1920 - card()->width(), 740));
+
+        QPointer<VTAInteractionView> leaving = card();
+        overlay->closeInteractionIfNeeded();
+        EXPECT_TRUE(state().animating);
+        clock.advanceBy(399ms);
+        ASSERT_TRUE(leaving);
+        EXPECT_EQ(leaving->parentItem(), overlay);
+        clock.advanceBy(1ms);
+        EXPECT_FALSE(state().animating);
+        EXPECT_TRUE(!leaving || !leaving->parentItem());
+        clock.advanceBy(10ms);
+    }
+
+    // A resize keeps a card at its distance from the bottom and stretches it.
+    show(u"p1"_s, u"polls"_s);
+    clock.advanceBy(400ms);
+    const qreal width = card()->width();
+    overlay->setSize({1280, 720});
+    EXPECT_EQ(card()->y(), 740 - 360);
+    EXPECT_EQ(card()->width(), width - 640);
+}
+
+TEST_F(DisplayTest, pausingItemsResumeOnEveryCloseAndAnsweredOnesNeverPause)
+{
+    const InteractionOptions pausing{30, true, false, false};
+    show(u"p1"_s, u"polls"_s, pausing);
+    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s}));
+    overlay->closeInteractionIfNeeded();
+    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s, u"release"_s, u"play"_s}));
+    clock.advanceBy(1s);
+
+    // Replaced: the replacement resumes first.
+    host.calls.clear();
+    show(u"p1"_s, u"polls"_s, pausing);
+    show(u"p2"_s, u"polls"_s);
+    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s, u"release"_s, u"play"_s}));
+    clock.advanceBy(1s);
+    overlay->closeInteractionIfNeeded();
+    clock.advanceBy(1s);
+
+    // Already answered: shown with the answer, no pause, and closed after its auto-close time.
+    host.calls.clear();
+    state().pollAnswers.insert(u"p1"_s, u"Home"_s);
+    show(u"p1"_s, u"polls"_s, {30, true, true, false});
+    EXPECT_EQ(host.calls, QStringList{u"focus"_s});
+    ASSERT_TRUE(card());
+    EXPECT_TRUE(card()->didAnswer());
+    clock.advanceBy(4999ms);
+    EXPECT_TRUE(card());
+    clock.advanceBy(1ms);
+    EXPECT_FALSE(card()) << "closed 5 s after it opened answered";
+}
+
+TEST_F(DisplayTest, aLateAutoCloseSparesANewerCard)
+{
+    state().pollAnswers.insert(u"p1"_s, u"Home"_s);
+    show(u"p1"_s, u"polls"_s, {30, false, true, false}); // auto-close due at 5 s
+    clock.advanceBy(3s);
+    overlay->closeInteractionIfNeeded();
+    clock.advanceBy(1s);
+    show(u"p2"_s, u"polls"_s);
+    clock.advanceBy(2s); // the first card's auto-close has run
+    EXPECT_EQ(shownID(), u"p2"_s);
+}
+
+TEST_F(DisplayTest, aQuizIsFetchedWithItsChannelPromotionsAndNeedsAToken)
+{
+    StreamerInfo info = channel();
+    Promotion banner;
+    banner.clientType = u"smartTV"_s;
+    banner.viewType.value = u"display"_s;
+    banner.name = u"Boots"_s;
+    banner.content = u"https://media.example.com/boots.png"_s;
+    banner.sponsor = Sponsor{u"Acme"_s, {}, {}};
+    info.trivias = QList<TriviaPromotions>{{u"q7"_s, QList<Promotion>{banner}}};
+    state().channelInfo = info;
+    answer("/userApi/trivia/getQuestionById/q7", Json::encode(trivia(u"q7"_s)));
+    answer("/boots.png", "");
+    const QStringList lines = linesOf([&] { show(u"q7"_s, u"quiz"_s, {30, true, false, false}); });
+    EXPECT_EQ(lines, QStringList{u"VTA showing TRIVIA"_s});
+    auto *quiz = qobject_cast<VTATriviaView *>(card());
+    ASSERT_TRUE(quiz);
+    ASSERT_TRUE(quiz->trivia());
+    EXPECT_EQ(quiz->trivia()->question.getPromotion()->name, u"Boots"_s);
+    EXPECT_EQ(reports().last(), u"view Trivia - - -"_s);
+    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s}));
+    EXPECT_EQ(state().lastPausedClockID, u"q7"_s);
+
+    overlay->closeInteractionIfNeeded();
+    clock.advanceBy(1s);
+    state().user.reset();
+    VTAOverlayView::resetUser();
+    const qsizetype before = backend->requests().size();
+    EXPECT_EQ(linesOf([&] { show(u"q7"_s, u"quiz"_s); }), QStringList{});
+    EXPECT_EQ(backend->requests().size(), before) << "no token, no question";
+}
+
+TEST_F(DisplayTest, theRemotesFocusGoesToTheCardOnScreen)
+{
+    // The host answers every focus request by focusing the overlay.
+    QObject::connect(overlay, &VTAOverlayView::focusRequested, overlay,
+                     [this] { overlay->forceActiveFocus(); });
+    show(u"p1"_s, u"polls"_s);
+    ASSERT_TRUE(card());
+    EXPECT_TRUE(card()->hasActiveFocus());
+    EXPECT_TRUE(card()->isAncestorOf(window.activeFocusItem()));
+
+    show(u"p2"_s, u"polls"_s);
+    clock.advanceBy(600ms);
+    ASSERT_EQ(shownID(), u"p2"_s);
+    EXPECT_TRUE(card()->isAncestorOf(window.activeFocusItem())) << "the replacement has it";
+}
