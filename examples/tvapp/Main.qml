@@ -86,7 +86,8 @@ Item {
             overlayHasRemote: !playerSurface.activeFocus && overlayLayer.activeFocus
         }
 
-        Item {
+        // A focus scope, so that it reads as having the focus while a card inside it has it.
+        FocusScope {
             id: overlayLayer
             anchors.fill: parent
         }

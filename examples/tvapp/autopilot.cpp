@@ -93,9 +93,8 @@ void Autopilot::tick()
     const QList<ScriptStep> &steps = m_plan.script.steps;
     while (m_next < steps.size() && !m_finished) {
         const ScriptStep &step = steps[m_next];
-        const bool due = step.afterPrevious
-            ? m_sincePrevious.elapsed() >= qint64(step.at * 1000.0)
-            : now >= step.at;
+        const bool due = step.afterPrevious ? m_sincePrevious.elapsed() >= qint64(step.at * 1000.0)
+                                            : now >= step.at;
         if (!due || !runStep(step))
             return;
         ++m_next;
@@ -135,11 +134,11 @@ bool Autopilot::runStep(const ScriptStep &step)
         if (step.seconds == 0 || m_waiting.elapsed() < qint64(step.seconds * 1000.0))
             return false;
         tvError(QStringLiteral("%1: \"%2\" %3 within %4 s; visible texts:")
-                    .arg(stepName(step), step.text,
-                         wanted ? u"did not show"_s : u"did not go"_s)
+                    .arg(stepName(step), step.text, wanted ? u"did not show"_s : u"did not go"_s)
                     .arg(step.seconds));
         for (const VisibleText &text : visibleTexts(m_window))
-            tvError(QStringLiteral("  %1%2").arg(text.name.isEmpty() ? QString() : u"@"_s + text.name + u" "_s, text.text));
+            tvError(QStringLiteral("  %1%2").arg(
+                text.name.isEmpty() ? QString() : u"@"_s + text.name + u" "_s, text.text));
         saveScreenshot(QStringLiteral("failed"));
         saveDump(m_plan.outputDir.filePath(QStringLiteral("failed.json")));
         finish(3);
@@ -194,9 +193,7 @@ bool Autopilot::saveScreenshot(const QString &name)
         tvError(QStringLiteral("could not write the screenshot %1").arg(path));
         return false;
     }
-    tvLine(QStringLiteral("screenshot %1 at %2 s")
-               .arg(path)
-               .arg(m_player->position(), 0, 'f', 1));
+    tvLine(QStringLiteral("screenshot %1 at %2 s").arg(path).arg(m_player->position(), 0, 'f', 1));
     return true;
 }
 

@@ -14,9 +14,9 @@
 #include <QCommandLineParser>
 #include <QFile>
 #include <QFileInfo>
-#include <QQmlError>
 #include <QGuiApplication>
 #include <QQmlEngine>
+#include <QQmlError>
 #include <QQuickItem>
 #include <QQuickView>
 
@@ -58,8 +58,8 @@ std::variant<Options, int> readOptions(const QCoreApplication &app)
     const QCommandLineOption channel(u"channel"_s, u"The channel (default 1001)."_s, u"id"_s,
                                      u"1001"_s);
     const QCommandLineOption broadcaster(u"broadcaster"_s,
-                                         u"Its broadcaster (default vantora-demo)."_s,
-                                         u"name"_s, u"vantora-demo"_s);
+                                         u"Its broadcaster (default vantora-demo)."_s, u"name"_s,
+                                         u"vantora-demo"_s);
     const QCommandLineOption environment(
         u"environment"_s, u"test (default), development or production."_s, u"name"_s, u"test"_s);
     const QCommandLineOption server(
@@ -73,14 +73,12 @@ std::variant<Options, int> readOptions(const QCoreApplication &app)
         u"screenshots"_s, u"Folder for screenshots and text dumps (default: here)."_s, u"dir"_s);
     const QCommandLineOption at(u"at"_s, u"Screenshots at these video seconds: 5,12,30."_s,
                                 u"seconds"_s);
-    const QCommandLineOption script(u"script"_s,
-                                    u"Press the remote's keys as this script says, then quit."_s,
-                                    u"file"_s);
+    const QCommandLineOption script(
+        u"script"_s, u"Press the remote's keys as this script says, then quit."_s, u"file"_s);
     const QCommandLineOption quitAt(u"quit-at"_s, u"Quit when the video reaches this second."_s,
                                     u"second"_s);
-    const QCommandLineOption dumpTree(u"dump-tree"_s,
-                                      u"At exit, write the texts on screen to this JSON file."_s,
-                                      u"file"_s);
+    const QCommandLineOption dumpTree(
+        u"dump-tree"_s, u"At exit, write the texts on screen to this JSON file."_s, u"file"_s);
     parser.addOptions({video, offscreen, windowed, channel, broadcaster, environment, server,
                        newViewer, screenshots, at, script, quitAt, dumpTree});
     parser.process(app);
@@ -198,8 +196,8 @@ int main(int argc, char *argv[])
     view.setColor(Qt::black);
     view.setResizeMode(QQuickView::SizeRootObjectToView);
     view.engine()->addImportPath(u"qrc:/qt/qml"_s); // a default import path only from Qt 6.5
-    view.setInitialProperties({{u"player"_s, QVariant::fromValue(&player)},
-                               {u"remote"_s, QVariant::fromValue(&remote)}});
+    view.setInitialProperties(
+        {{u"player"_s, QVariant::fromValue(&player)}, {u"remote"_s, QVariant::fromValue(&remote)}});
     view.setSource(QUrl(u"qrc:/qt/qml/VantoraTv/Main.qml"_s));
     if (view.status() != QQuickView::Ready) {
         for (const QQmlError &error : view.errors())
@@ -226,8 +224,7 @@ int main(int argc, char *argv[])
 
     const VTAEnvironment environment = environmentNamed(options.environment);
     tvLine(u"channel %1 of %2 on %3 (%4)"_s.arg(options.channel, options.broadcaster,
-                                                 environment.envName(),
-                                                 environment.apiBaseURL()));
+                                                environment.envName(), environment.apiBaseURL()));
     overlay->load(options.channel, options.broadcaster, environment, host);
 
     if (options.offscreen) {

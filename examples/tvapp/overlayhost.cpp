@@ -1,12 +1,16 @@
 #include "overlayhost.h"
-#include "tvplayer.h"
 #include "tvconsole.h"
+#include "tvplayer.h"
 
 OverlayHost::OverlayHost(TvPlayer *player, VTAOverlayView *overlay, QQuickItem *playerSurface,
                          QObject *parent)
     : VTAOverlayDelegate(parent), m_player(player), m_overlay(overlay),
       m_playerSurface(playerSurface)
 {
+    // A report less than a second from where the overlay last laid its clock's timers lays them
+    // again, skipping what is due within half a second; reports that close together would drop
+    // every item just before it is due. So the reports keep two seconds apart, counted from each
+    // play or seek, which the overlay always takes as a new start.
     m_reports.setInterval(reportInterval);
     connect(&m_reports, &QTimer::timeout, this, [this] {
         if (m_overlay && m_player)

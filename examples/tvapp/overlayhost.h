@@ -8,7 +8,7 @@
 class TvPlayer;
 
 /// What a TV app owes the overlay, in one place: it tells the overlay where the player is (at
-/// once on play, pause and seek, and every half second while playing), pauses and resumes the
+/// once on play, pause and seek, and every two seconds while playing), pauses and resumes the
 /// player when the overlay asks, and moves the remote's focus between the player and the
 /// overlay. Each call it gets from the overlay is printed as one "vantora-tv:" line.
 class OverlayHost : public VTAOverlayDelegate
@@ -30,7 +30,7 @@ public:
     void overlayReleasedFocus() override;
 
     /// How often the position is reported while playing, in milliseconds.
-    static constexpr int reportInterval = 500;
+    static constexpr int reportInterval = 2000;
 
 private:
     void playingChanged();

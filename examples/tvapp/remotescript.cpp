@@ -17,11 +17,16 @@ struct CommandName
 };
 
 constexpr CommandName commandNames[] = {
-    {"key", Command::key},       {"wait-for", Command::waitFor},
-    {"wait-gone", Command::waitGone}, {"screenshot", Command::screenshot},
-    {"dump", Command::dump},     {"mark", Command::mark},
-    {"seek", Command::seek},     {"play", Command::play},
-    {"pause", Command::pause},   {"quit", Command::quit},
+    {"key", Command::key},
+    {"wait-for", Command::waitFor},
+    {"wait-gone", Command::waitGone},
+    {"screenshot", Command::screenshot},
+    {"dump", Command::dump},
+    {"mark", Command::mark},
+    {"seek", Command::seek},
+    {"play", Command::play},
+    {"pause", Command::pause},
+    {"quit", Command::quit},
     {"stay", Command::stay},
 };
 
@@ -129,7 +134,8 @@ RemoteScript RemoteScript::parse(const QString &text)
         step.afterPrevious = when.startsWith(u'+');
         const std::optional<double> at = seconds(step.afterPrevious ? when.mid(1) : when);
         if (!at)
-            return fail(QStringLiteral("'%1' is not a time (a video second, or +seconds)").arg(when));
+            return fail(
+                QStringLiteral("'%1' is not a time (a video second, or +seconds)").arg(when));
         step.at = *at;
 
         bool known = false;

@@ -7,7 +7,17 @@
 struct ScriptStep
 {
     enum class Command {
-        key, waitFor, waitGone, screenshot, dump, mark, seek, play, pause, quit, stay
+        key,
+        waitFor,
+        waitGone,
+        screenshot,
+        dump,
+        mark,
+        seek,
+        play,
+        pause,
+        quit,
+        stay
     };
 
     int line = 0; ///< 1-based, for messages

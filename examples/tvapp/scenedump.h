@@ -1,9 +1,9 @@
 #pragma once
 
 #include <QJsonObject>
+#include <QList>
 #include <QPointer>
 #include <QQuickItem>
-#include <QList>
 #include <QRectF>
 #include <QString>
 

@@ -66,8 +66,9 @@ TEST_F(SceneDump, ListsOnlyWhatAViewerCanSeeInPaintingOrder)
     QStringList shown;
     for (const VisibleText &text : visibleTexts(&view))
         shown.append(text.text);
-    EXPECT_EQ(shown, (QStringList{u"Shown"_s, u"Inside the clip"_s, u"Bold & plain"_s,
-                                  u"On the sofa"_s, u"Painted last"_s}));
+    EXPECT_EQ(shown,
+              (QStringList{u"Shown"_s, u"Inside the clip"_s, u"Bold & plain"_s, u"On the sofa"_s,
+                           u"Painted last"_s}));
 
     const QList<VisibleText> texts = visibleTexts(&view);
     ASSERT_FALSE(texts.isEmpty());
@@ -85,9 +86,12 @@ TEST_F(SceneDump, WritesTheFocusedItemWithItsOwnTexts)
     const QJsonArray texts = dump["texts"_L1].toArray();
     ASSERT_EQ(texts.size(), 5);
     EXPECT_EQ(texts[3].toObject(),
-              (QJsonObject{{u"name"_s, u"answerLabel"_s}, {u"text"_s, u"On the sofa"_s},
-                           {u"x"_s, 0}, {u"y"_s, 280},
-                           {u"width"_s, texts[3]["width"_L1]}, {u"height"_s, texts[3]["height"_L1]}}));
+              (QJsonObject{{u"name"_s, u"answerLabel"_s},
+                           {u"text"_s, u"On the sofa"_s},
+                           {u"x"_s, 0},
+                           {u"y"_s, 280},
+                           {u"width"_s, texts[3]["width"_L1]},
+                           {u"height"_s, texts[3]["height"_L1]}}));
     EXPECT_GT(texts[3]["width"_L1].toDouble(), 0);
 }
 
