@@ -1,0 +1,125 @@
+// The remote script format of vantora-tv: what each line means, and the message for each kind of
+// mistake.
+
+#include "remotescript.h"
+#include "testsupport.h"
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+using Command = ScriptStep::Command;
+
+namespace {
+
+TEST(RemoteScript, ReadsEveryCommandWithItsTimeAndLine)
+{
+    const RemoteScript script = RemoteScript::parse(u"# a viewer's evening\n"
+                                                    "\n"
+                                                    "12.5  key Down\n"
+                                                    "+0    key Return 3   # three presses\n"
+                                                    "+1.5  wait-for 20 Where are  you watching?\n"
+                                                    "+0    wait-gone 4 @pointsLabel 10\n"
+                                                    "30    screenshot poll-1\n"
+                                                    "30    dump poll-1\n"
+                                                    "+0    mark ready for   trivia\n"
+                                                    "40    seek 95.5\n"
+                                                    "41    pause\n"
+                                                    "+2    play\n"
+                                                    "\t60  quit\n"
+                                                    "+0 key Escape\n"
+                                                    "+0 key Space\n"
+                                                    "+0 key Backspace\n"
+                                                    "+0 stay\n"_s);
+    ASSERT_EQ(script.error, QString());
+    struct Expected
+    {
+        int line;
+        bool afterPrevious;
+        double at;
+        Command command;
+        int key;
+        int count;
+        double seconds;
+        QString text;
+    };
+    const QString none;
+    const Expected expected[] = {
+        // line, +?, at, command, key, count, seconds, text
+        {3, false, 12.5, Command::key, Qt::Key_Down, 1, 0, none},
+        {4, true, 0, Command::key, Qt::Key_Return, 3, 0, none},
+        // The text is kept as written after the limit, inner spaces included.
+        {5, true, 1.5, Command::waitFor, 0, 1, 20, u"Where are  you watching?"_s},
+        {6, true, 0, Command::waitGone, 0, 1, 4, u"@pointsLabel 10"_s},
+        {7, false, 30, Command::screenshot, 0, 1, 0, u"poll-1"_s},
+        {8, false, 30, Command::dump, 0, 1, 0, u"poll-1"_s},
+        {9, true, 0, Command::mark, 0, 1, 0, u"ready for trivia"_s},
+        {10, false, 40, Command::seek, 0, 1, 95.5, none},
+        {11, false, 41, Command::pause, 0, 1, 0, none},
+        {12, true, 2, Command::play, 0, 1, 0, none},
+        {13, false, 60, Command::quit, 0, 1, 0, none},
+        {14, true, 0, Command::key, Qt::Key_Escape, 1, 0, none},
+        {15, true, 0, Command::key, Qt::Key_Space, 1, 0, none},
+        {16, true, 0, Command::key, Qt::Key_Backspace, 1, 0, none},
+        {17, true, 0, Command::stay, 0, 1, 0, none},
+    };
+    ASSERT_EQ(script.steps.size(), qsizetype(std::size(expected)));
+    for (qsizetype i = 0; i < script.steps.size(); ++i) {
+        const ScriptStep &step = script.steps[i];
+        const Expected &want = expected[i];
+        SCOPED_TRACE(want.line);
+        EXPECT_EQ(step.line, want.line);
+        EXPECT_EQ(step.afterPrevious, want.afterPrevious);
+        EXPECT_EQ(step.at, want.at);
+        EXPECT_EQ(step.command, want.command);
+        EXPECT_EQ(step.key, want.key);
+        EXPECT_EQ(step.count, want.count);
+        EXPECT_EQ(step.seconds, want.seconds);
+        EXPECT_EQ(step.text, want.text);
+    }
+}
+
+TEST(RemoteScript, NamesTheFirstBadLineAndWhatIsWrong)
+{
+    struct Row
+    {
+        const char *name;
+        QString script;
+        QString error;
+    };
+    const Row rows[] = {
+        {"no command", u"12"_s, u"line 1: expected a time and a command"_s},
+        {"not a time", u"soon key Down"_s,
+         u"line 1: 'soon' is not a time (a video second, or +seconds)"_s},
+        {"negative time", u"-3 key Down"_s,
+         u"line 1: '-3' is not a time (a video second, or +seconds)"_s},
+        {"bad wait", u"+x key Down"_s,
+         u"line 1: '+x' is not a time (a video second, or +seconds)"_s},
+        {"unknown command", u"# fine\n1 key Down\n2 press Down"_s,
+         u"line 3: unknown command 'press'"_s},
+        {"unknown key", u"1 key Dwon"_s, u"line 1: no key named 'Dwon'"_s},
+        {"modified key", u"1 key Ctrl+Q"_s, u"line 1: no key named 'Ctrl+Q'"_s},
+        {"key without name", u"1 key"_s, u"line 1: key takes a key name and an optional count"_s},
+        {"zero presses", u"1 key Down 0"_s,
+         u"line 1: the count '0' is not a whole number from 1"_s},
+        {"wait without text", u"1 wait-for 10"_s,
+         u"line 1: wait-for takes a limit in seconds and a text"_s},
+        {"wait without limit", u"1 wait-gone Hello there"_s,
+         u"line 1: wait-gone takes a limit in seconds and a text"_s},
+        {"screenshot into a folder", u"1 screenshot ../x"_s,
+         u"line 1: screenshot takes one file name without folders"_s},
+        {"dump of two names", u"1 dump a b"_s,
+         u"line 1: dump takes one file name without folders"_s},
+        {"seek nowhere", u"1 seek"_s, u"line 1: seek takes one video second"_s},
+        {"seek backwards", u"1 seek -5"_s, u"line 1: seek takes one video second"_s},
+        {"quit with words", u"1 quit now"_s, u"line 1: quit takes nothing more"_s},
+        {"mark without text", u"1 mark"_s, u"line 1: mark takes a text"_s},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const RemoteScript script = RemoteScript::parse(row.script);
+        EXPECT_EQ(script.error, row.error);
+        EXPECT_TRUE(script.steps.isEmpty());
+    }
+}
+
+} // namespace
