@@ -34,6 +34,10 @@ public:
 
 namespace OverlayTesting {
 
+// Keeps the realtime client off the network: it is refused on the loopback at once.
+[[maybe_unused]] inline const bool realtimeOnLoopback =
+    qputenv("VANTORA_REALTIME_URL", "ws://127.0.0.1:9");
+
 using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
 

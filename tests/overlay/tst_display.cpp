@@ -14,9 +14,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-[[maybe_unused]] const bool realtimeOnLoopback =
-    qputenv("VANTORA_REALTIME_URL", "ws://127.0.0.1:9");
-
 // Hands the overlay built-in poll cards of a chosen height.
 class ShortCards : public VTALayoutDelegate
 {

@@ -16,9 +16,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-[[maybe_unused]] const bool realtimeOnLoopback =
-    qputenv("VANTORA_REALTIME_URL", "ws://127.0.0.1:9");
-
 class LiveTest : public OverlayTest
 {
 protected:

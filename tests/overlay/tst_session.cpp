@@ -11,14 +11,6 @@ using namespace Vantora::TestSupport;
 using namespace OverlayTesting;
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-// Keeps the realtime client off the network: it is refused on the loopback at once.
-[[maybe_unused]] const bool realtimeOnLoopback =
-    qputenv("VANTORA_REALTIME_URL", "ws://127.0.0.1:9");
-
-} // namespace
-
 TEST_F(OverlayTest, startUpStopsAtAChannelThatCannotBeVerifiedOrFound)
 {
     struct Row
