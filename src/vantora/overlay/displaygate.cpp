@@ -137,45 +137,44 @@ void OverlayController::completeDisplayInteraction(const QString &id, const QStr
     }
 }
 
-template <class View>
-View *OverlayController::makeView(View *custom)
+template <class View, class Configure>
+void OverlayController::showCard(QStringView logLine, View *(VTALayoutDelegate::*custom)(),
+                                 Configure configure)
 {
-    View *view = custom ? custom : fromNib<View>();
+    printLine(logLine);
+    VTALayoutDelegate *layout = state.layoutDelegate;
+    View *view = layout ? (layout->*custom)() : nullptr;
+    if (!view)
+        view = fromNib<View>();
     view->setParent(m_overlay); // the overlay owns its cards, the host's ones included
-    return view;
+    configure(view, VTAPointsInfo{state.totalCredits, state.totalExpoints, state.level});
+    presentInteraction(view);
 }
 
 void OverlayController::displayPoll(const Poll &poll, qint64 time)
 {
-    printLine(u"VTA showing POLL");
-    VTALayoutDelegate *layout = state.layoutDelegate;
-    VTAPollView *view = makeView<VTAPollView>(layout ? layout->customPollView() : nullptr);
-    view->configure(poll, answerFor(state.pollAnswers, poll.id), time,
-                    VTAPointsInfo{state.totalCredits, state.totalExpoints, state.level},
-                    state.designInfo);
-    presentInteraction(view);
+    showCard(u"VTA showing POLL", &VTALayoutDelegate::customPollView,
+             [&](VTAPollView *view, const VTAPointsInfo &points) {
+                 view->configure(poll, answerFor(state.pollAnswers, poll.id), time, points,
+                                 state.designInfo);
+             });
 }
 
 void OverlayController::displayRating(const Rating &rating, qint64 time)
 {
-    printLine(u"VTA showing RATING");
-    VTALayoutDelegate *layout = state.layoutDelegate;
-    VTARatingView *view = makeView<VTARatingView>(layout ? layout->customRatingView() : nullptr);
-    view->configure(rating, answerFor(state.ratingAnswers, rating.id), time,
-                    VTAPointsInfo{state.totalCredits, state.totalExpoints, state.level},
-                    state.designInfo);
-    presentInteraction(view);
+    showCard(u"VTA showing RATING", &VTALayoutDelegate::customRatingView,
+             [&](VTARatingView *view, const VTAPointsInfo &points) {
+                 view->configure(rating, answerFor(state.ratingAnswers, rating.id), time, points,
+                                 state.designInfo);
+             });
 }
 
 void OverlayController::displayTrivia(const Trivia &trivia, qint64 time)
 {
-    printLine(u"VTA showing TRIVIA");
-    VTALayoutDelegate *layout = state.layoutDelegate;
-    VTATriviaView *view = makeView<VTATriviaView>(layout ? layout->customTriviaView() : nullptr);
-    view->configure(trivia, time,
-                    VTAPointsInfo{state.totalCredits, state.totalExpoints, state.level},
-                    state.designInfo);
-    presentInteraction(view);
+    showCard(u"VTA showing TRIVIA", &VTALayoutDelegate::customTriviaView,
+             [&](VTATriviaView *view, const VTAPointsInfo &points) {
+                 view->configure(trivia, time, points, state.designInfo);
+             });
 }
 
 void OverlayController::presentInteraction(VTAInteractionView *view)

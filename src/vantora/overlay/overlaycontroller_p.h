@@ -118,8 +118,10 @@ private:
     void presentInteraction(VTAInteractionView *view);
     void handleInteractionStart(bool pause, bool closeAfter, bool didAnswer, qint64 autocloseTime,
                                 const QString &id);
-    template <class View>
-    View *makeView(View *custom);
+    /// Logs the card's kind, makes the host's card or the built-in one, configures it with the
+    /// viewer's points and presents it.
+    template <class View, class Configure>
+    void showCard(QStringView logLine, View *(VTALayoutDelegate::*custom)(), Configure configure);
 
     // Answers and live events
     void updatePoints(double expointsGiven, const std::optional<double> &giftPointsGiven,
