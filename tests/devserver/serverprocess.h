@@ -4,6 +4,8 @@
 
 #include "devservertest.h"
 
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStringList>
@@ -56,5 +58,24 @@ private:
     QProcess m_process;
     QByteArray m_out;
 };
+
+/// A call to the server's admin API at `path`: a GET, or a POST of `body` when there is one.
+/// Fails the test when the server answers with an error.
+inline QJsonDocument admin(quint16 port, const QString &path, const QJsonObject &body = {})
+{
+    static QNetworkAccessManager network;
+    QNetworkRequest request(
+        QUrl(QStringLiteral("http://127.0.0.1:%1/admin/%2").arg(port).arg(path)));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("application/json"));
+    QNetworkReply *reply = body.isEmpty()
+        ? network.get(request)
+        : network.post(request, QJsonDocument(body).toJson(QJsonDocument::Compact));
+    EXPECT_TRUE(waitUntil([reply] { return reply->isFinished(); }));
+    const QByteArray bytes = reply->readAll();
+    EXPECT_EQ(reply->error(), QNetworkReply::NoError)
+        << qPrintable(path) << ": " << bytes.toStdString();
+    reply->deleteLater();
+    return QJsonDocument::fromJson(bytes);
+}
 
 } // namespace Vantora::DevServerTest

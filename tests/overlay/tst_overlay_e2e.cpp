@@ -67,22 +67,6 @@ std::string describe(const QStringList &texts)
     return "[" + texts.join(u", "_s).toStdString() + "]";
 }
 
-QJsonDocument admin(quint16 port, const QString &path, const QJsonObject &body = {})
-{
-    static QNetworkAccessManager network;
-    QNetworkRequest request(QUrl(u"http://127.0.0.1:%1/admin/%2"_s.arg(port).arg(path)));
-    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("application/json"));
-    QNetworkReply *reply = body.isEmpty()
-        ? network.get(request)
-        : network.post(request, QJsonDocument(body).toJson(QJsonDocument::Compact));
-    EXPECT_TRUE(waitUntil([reply] { return reply->isFinished(); }));
-    const QJsonDocument answer = QJsonDocument::fromJson(reply->readAll());
-    EXPECT_EQ(reply->error(), QNetworkReply::NoError)
-        << qPrintable(path) << ": " << describe(answer);
-    reply->deleteLater();
-    return answer;
-}
-
 // The value of `name=value` among the server's start-up lines.
 QString printed(const QStringList &lines, const QString &name)
 {

@@ -42,20 +42,6 @@ public:
     void didRequestRefresh() override { }
 };
 
-QJsonDocument admin(quint16 port, const QString &path, const QJsonObject &body = {})
-{
-    static QNetworkAccessManager network;
-    QNetworkRequest request(QUrl(u"http://127.0.0.1:%1/admin/%2"_s.arg(port).arg(path)));
-    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("application/json"));
-    QNetworkReply *reply = body.isEmpty()
-        ? network.get(request)
-        : network.post(request, QJsonDocument(body).toJson(QJsonDocument::Compact));
-    EXPECT_TRUE(waitUntil([reply] { return reply->isFinished(); }));
-    const QJsonDocument answer = QJsonDocument::fromJson(reply->readAll());
-    reply->deleteLater();
-    return answer;
-}
-
 bool subscribed(quint16 port)
 {
     const QJsonArray connections = admin(port, u"realtime/connections"_s).array();

@@ -257,6 +257,14 @@ void VTAInteractionView::startTimer()
     d->clockTimer = scheduler.every(std::chrono::seconds{1}, this, [this] { tick(); });
 }
 
+void VTAInteractionView::beginConfigure(const QString &identifier, qint64 time, bool answered)
+{
+    stampTag();
+    setIdentifier(identifier);
+    setTime(time);
+    setDidAnswer(answered);
+}
+
 void VTAInteractionView::stopTimer()
 {
     Q_D(VTAInteractionView);

@@ -118,6 +118,9 @@ public:
     Vantora::PromotionView *promotionView() const;
 
 protected:
+    /// The start of every card's configure(): a fresh tag, the item's id, the countdown in
+    /// seconds and whether the viewer has answered already.
+    void beginConfigure(const QString &identifier, qint64 time, bool answered);
     /// Binds the outlets; a subclass that overrides it calls it first.
     void componentComplete() override;
     /// The remote's arrows move between the answers: up and left back, down and right on.

@@ -62,11 +62,8 @@ void VTAPollView::configure(const Poll &poll, const std::optional<QString> &prev
                             const std::optional<DesignInfo> &designInfo)
 {
     Q_D(VTAPollView);
-    stampTag();
+    beginConfigure(poll.id, time, previousAnswer.has_value());
     d->poll = poll;
-    setIdentifier(poll.id);
-    setTime(time);
-    setDidAnswer(previousAnswer.has_value());
     d->didEnd = poll.status != "active"_L1;
     titleLabel()->setProperty("text",
                               d->didEnd ? poll.question + u" [POLL CLOSED]"_s : poll.question);

@@ -129,11 +129,8 @@ void VTARatingView::configure(const Rating &rating, const std::optional<QString>
                               const std::optional<DesignInfo> &designInfo)
 {
     Q_D(VTARatingView);
-    stampTag();
+    beginConfigure(rating.id, time, previousAnswer.has_value());
     d->rating = rating;
-    setIdentifier(rating.id);
-    setTime(time);
-    setDidAnswer(previousAnswer.has_value());
     titleLabel()->setProperty("text", rating.name);
     preparePromotion(rating.getPromotion());
 

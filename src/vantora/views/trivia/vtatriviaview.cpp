@@ -83,12 +83,9 @@ void VTATriviaView::configure(const Trivia &trivia, qint64 time, const VTAPoints
                               const std::optional<DesignInfo> &designInfo)
 {
     Q_D(VTATriviaView);
-    stampTag();
+    beginConfigure(trivia.question.id, time, trivia.answer.has_value());
     d->trivia = trivia;
-    setIdentifier(trivia.question.id);
-    setTime(time);
     titleLabel()->setProperty("text", trivia.question.question);
-    setDidAnswer(trivia.answer.has_value());
     preparePromotion(tvPromotion(trivia));
     scrollView()->setClip(true);
 
