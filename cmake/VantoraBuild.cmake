@@ -38,22 +38,38 @@ function(vantora_add_layer name)
   set_property(GLOBAL APPEND PROPERTY VANTORA_PUBLIC_HEADERS ${arg_PUBLIC_HEADERS})
 endfunction()
 
-# vantora_add_qml_module(<target> URI <uri> QML_FILES ... [other qt_add_qml_module arguments])
-# A QML module on a layer target, its resources under /qt/qml on every Qt version, registered by
-# the loader rather than a plugin. The C++ that qmlcachegen writes for the QML files is compiled
-# without our warnings, which it does not meet.
+# vantora_add_qml_module(<target> URI <uri> [QML_FILES ...] [PLUGIN_TARGET <plugin> ...]
+#                        [other qt_add_qml_module arguments])
+# A QML module on a layer target, its resources under /qt/qml on every Qt version, its types
+# registered as soon as the library is loaded. Without PLUGIN_TARGET it has no plugin. Its qmldir
+# and type description are installed for hosts and their tools (qmllint, qmlls, Qt Creator). The
+# C++ that qmlcachegen writes for the QML files is compiled without our warnings, which it does
+# not meet. The layouts are linted by the `all_qmllint` target, which the test command builds.
 function(vantora_add_qml_module target)
-  cmake_parse_arguments(arg "" "URI" "QML_FILES" ${ARGN})
+  cmake_parse_arguments(arg "" "URI;PLUGIN_TARGET" "QML_FILES;IMPORTS" ${ARGN})
   string(REPLACE "." "/" uri_path ${arg_URI})
+  if(arg_PLUGIN_TARGET)
+    set(plugin PLUGIN_TARGET ${arg_PLUGIN_TARGET})
+  else()
+    set(plugin NO_PLUGIN)
+  endif()
+  set(output_dir ${PROJECT_BINARY_DIR}/qml/${uri_path})
   qt_add_qml_module(${target}
     URI ${arg_URI}
     VERSION 1.0
     RESOURCE_PREFIX /qt/qml
-    OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/qml/${uri_path}
-    NO_PLUGIN
+    OUTPUT_DIRECTORY ${output_dir}
+    ${plugin}
     DEPENDENCIES QtQuick
     QML_FILES ${arg_QML_FILES}
+    IMPORTS ${arg_IMPORTS}
     ${arg_UNPARSED_ARGUMENTS})
+  set(installed_files ${output_dir}/qmldir ${output_dir}/${target}.qmltypes)
+  foreach(file IN LISTS arg_QML_FILES)
+    get_filename_component(name ${file} NAME)
+    list(APPEND installed_files ${output_dir}/${name})
+  endforeach()
+  install(FILES ${installed_files} DESTINATION ${VANTORA_INSTALL_QMLDIR}/${uri_path})
   set(generated ${CMAKE_CURRENT_BINARY_DIR}/.rcc/qmlcache/${target}_qmlcache_loader.cpp)
   foreach(file IN LISTS arg_QML_FILES)
     string(REPLACE "." "_" mangled ${file})

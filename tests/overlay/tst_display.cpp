@@ -133,20 +133,60 @@ TEST_F(DisplayTest, cardsSlideInFlushRightAndRestAboveTheMargin)
         EXPECT_TRUE(state().animating);
         clock.advanceBy(399ms);
         ASSERT_TRUE(leaving);
-        EXPECT_EQ(leaving->parentItem(), overlay);
+        EXPECT_TRUE(leaving->parentItem());
         clock.advanceBy(1ms);
         EXPECT_FALSE(state().animating);
         EXPECT_TRUE(!leaving || !leaving->parentItem());
         clock.advanceBy(10ms);
     }
 
-    // A resize keeps a card at its distance from the bottom and stretches it.
+    // A resize keeps a card at its distance from the bottom and stretches it, in design pixels.
     show(u"p1"_s, u"polls"_s);
     clock.advanceBy(400ms);
     const qreal width = card()->width();
-    overlay->setSize({1280, 720});
-    EXPECT_EQ(card()->y(), 740 - 360);
-    EXPECT_EQ(card()->width(), width - 640);
+    overlay->setSize({2400, 1080});
+    EXPECT_EQ(card()->y(), 740);
+    EXPECT_EQ(card()->width(), width + 480);
+}
+
+// The cards keep their 1080-line design and scale with the overlay's height (or its width, when
+// it is too narrow for a card): whole on screen at any size, a resize during the slide included.
+TEST_F(DisplayTest, cardsScaleToTheOverlayAndStayWholeOnScreen)
+{
+    overlay->setBottomMargin(40);
+    const struct
+    {
+        QSizeF size;
+        qreal scale;
+        std::optional<QSizeF> resizedDuringSlide;
+    } rows[] = {
+        {{1280, 720}, 720.0 / 1080, {}},
+        {{1920, 1080}, 1, {}},
+        {{3840, 2160}, 2, {}},
+        {{1440, 1080}, 1, {}}, // 4:3
+        {{1000, 1000}, 1000.0 / 1240, {}}, // narrower than a card
+        {{1920, 1080}, 720.0 / 1080, QSizeF(1280, 720)},
+        {{1280, 720}, 1, QSizeF(2560, 1080)}, // wider than 16:9
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(testing::Message() << row.size.width() << "x" << row.size.height());
+        overlay->setSize(row.size);
+        show(u"p1"_s, u"polls"_s);
+        ASSERT_TRUE(card());
+        clock.advanceBy(200ms);
+        if (row.resizedDuringSlide)
+            overlay->setSize(*row.resizedDuringSlide);
+        clock.advanceBy(200ms);
+        const QRectF onScreen = overlay->mapRectFromItem(card(), card()->boundingRect());
+        const QSizeF screen = overlay->size();
+        EXPECT_NEAR(onScreen.height(), 880 * row.scale, 0.01);
+        EXPECT_NEAR(onScreen.right(), screen.width(), 0.01) << "flush right";
+        EXPECT_NEAR(onScreen.bottom(), screen.height() - 40 * row.scale, 0.01);
+        EXPECT_GE(onScreen.left(), -0.01);
+        EXPECT_GE(onScreen.top(), -0.01);
+        overlay->closeInteractionIfNeeded();
+        clock.advanceBy(1s);
+    }
 }
 
 TEST_F(DisplayTest, pausingItemsResumeOnEveryCloseAndAnsweredOnesNeverPause)

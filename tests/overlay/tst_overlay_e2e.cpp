@@ -221,12 +221,12 @@ protected:
         return reply;
     }
 
-    // The overlay's child of class `className` (a card or a notice), if one is there.
+    // The card or notice of class `className` the overlay shows, if one is there.
     QQuickItem *shown(const char *className) const
     {
-        for (QQuickItem *child : overlay->childItems()) {
-            if (child->inherits(className))
-                return child;
+        for (QQuickItem *item : itemTree(overlay)) {
+            if (item->inherits(className))
+                return item;
         }
         return nullptr;
     }
@@ -289,7 +289,7 @@ TEST(OverlayLinkedProgram, theCardLayoutsFindTheirViewTypes)
     engine.addImportPath(u"qrc:/qt/qml"_s);
     for (const QString &name :
          {u"VTAPollView"_s, u"VTATriviaView"_s, u"VTARatingView"_s, u"VTANotice"_s}) {
-        QQmlComponent layout(&engine, QUrl(u"qrc:/qt/qml/Vantora/%1.qml"_s.arg(name)));
+        QQmlComponent layout(&engine, QUrl(u"qrc:/qt/qml/Vantora/Views/%1.qml"_s.arg(name)));
         EXPECT_TRUE(layout.isReady()) << qPrintable(layout.errorString());
     }
 }

@@ -5,6 +5,7 @@
 
 #include <QQmlComponent>
 #include <QQmlEngine>
+#include <QSignalSpy>
 
 using namespace Vantora;
 using namespace Vantora::TestSupport;
@@ -18,24 +19,36 @@ TEST_F(OverlayTest, startUpStopsAtAChannelThatCannotBeVerifiedOrFound)
         const char *name;
         HttpReply reply;
         const char *line;
+        VTAOverlayView::SessionFailure failure;
     };
+    using Failure = VTAOverlayView::SessionFailure;
     const Row rows[] = {
-        {"refused", {0, {}, u"connection refused"_s}, "VTA - Could not verify channel"},
-        {"incomplete entry", {200, R"([{"channel":"ch1"}])", {}}, "VTA - Could not verify channel"},
-        {"empty list", {200, "[]", {}}, "VTA - Channel not found"},
+        {"refused",
+         {0, {}, u"connection refused"_s},
+         "VTA - Could not verify channel",
+         Failure::ChannelNotVerified},
+        {"incomplete entry",
+         {200, R"([{"channel":"ch1"}])", {}},
+         "VTA - Could not verify channel",
+         Failure::ChannelNotVerified},
+        {"empty list", {200, "[]", {}}, "VTA - Channel not found", Failure::ChannelNotFound},
         {"other case",
          {200, R"([{"channel":"CH1","additionalPageSettings":"","urlB64":""}])", {}},
-         "VTA - Channel not found"},
+         "VTA - Channel not found",
+         Failure::ChannelNotFound},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
         backend->answer(QString::fromLatin1(channelList), row.reply);
         const qsizetype before = backend->requests().size();
+        QSignalSpy failures(overlay, &VTAOverlayView::sessionFailed);
         const QStringList lines = linesOf([&] {
             load();
             clock.advanceBy(std::chrono::seconds{5});
         });
         EXPECT_EQ(lines, QStringList{QString::fromLatin1(row.line)});
+        ASSERT_EQ(failures.size(), 1);
+        EXPECT_EQ(failures[0][0].value<Failure>(), row.failure);
         EXPECT_EQ(backend->requests().size(), before + 1); // the channel list, nothing more
         EXPECT_FALSE(state().channelInfo);
         EXPECT_EQ(controller->pusherHelper.pusher(), nullptr);
@@ -215,12 +228,14 @@ TEST_F(OverlayTest, aHostsQmlPutsTheOverlayOverItsPlayerAndHearsItsSignals)
         Item {
             width: 1920; height: 1080
             property int pauses: 0
+            property string failure
             VTAOverlayView {
                 objectName: "overlay"
                 anchors.fill: parent
                 animationType: "fromRight"
                 injectionDelay: 3
                 onPauseRequested: parent.pauses += 1
+                onSessionFailed: (failure, reason) => parent.failure = reason
             }
         })",
                       QUrl(u"qrc:/host/Player.qml"_s));
@@ -231,6 +246,13 @@ TEST_F(OverlayTest, aHostsQmlPutsTheOverlayOverItsPlayerAndHearsItsSignals)
     EXPECT_EQ(hosted->size(), QSizeF(1920, 1080));
     EXPECT_EQ(hosted->animationType(), VTAAnimationType::fromRight);
     EXPECT_EQ(hosted->injectionDelay(), 3);
+
+    // A mistyped environment starts nothing and says so.
+    const qsizetype before = backend->requests().size();
+    QMetaObject::invokeMethod(hosted, "load", Q_ARG(QString, u"ch1"_s), Q_ARG(QString, u"bc"_s),
+                              Q_ARG(QString, u"prod"_s));
+    EXPECT_EQ(backend->requests().size(), before);
+    EXPECT_TRUE(player->property("failure").toString().contains(u"\"prod\""_s));
 
     QMetaObject::invokeMethod(hosted, "load", Q_ARG(QString, u"ch1"_s), Q_ARG(QString, u"bc"_s),
                               Q_ARG(QString, u"test"_s));

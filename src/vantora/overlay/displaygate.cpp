@@ -3,6 +3,7 @@
 // the video when asked and close by themselves once answered when asked.
 
 #include "vantora/overlay/overlaycontroller_p.h"
+#include "vantora/overlay/overlaylogging_p.h"
 #include "vantora/toolkit/animation_p.h"
 #include "vantora/toolkit/consoleline_p.h"
 #include "vantora/toolkit/viewloader_p.h"
@@ -13,6 +14,8 @@
 
 #include <QPropertyAnimation>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -21,6 +24,10 @@ namespace Vantora {
 namespace {
 
 constexpr auto slideDuration = 400ms;
+
+// The cards' design: a 1080-line screen, on which the widest card is 1240 pixels wide.
+constexpr qreal designHeight = 1080;
+constexpr qreal designCardWidth = 1240;
 
 enum class ItemKind { poll, prediction, rating, quiz, unknown };
 
@@ -73,6 +80,8 @@ void OverlayController::displayInteraction(const QString &id, const QString &typ
             Scheduler::instance().after(2s, this, [this, id, type, options] {
                 displayInteraction(id, type, options, true);
             });
+        } else {
+            qCDebug(lcOverlay) << "dropped" << type << id << ": a card was still sliding out";
         }
         return;
     }
@@ -82,15 +91,20 @@ void OverlayController::displayInteraction(const QString &id, const QString &typ
 void OverlayController::completeDisplayInteraction(const QString &id, const QString &type,
                                                    const InteractionOptions &options)
 {
-    if (state.currentInteraction || state.animating)
+    if (state.currentInteraction || state.animating) {
+        qCDebug(lcOverlay) << "dropped" << type << id << ": another card took the screen first";
         return;
+    }
+    const auto notHeld = [&] {
+        qCDebug(lcOverlay) << "dropped" << type << id << ": not in the channel's content";
+    };
     switch (kindOfModule(type)) {
     case ItemKind::poll:
     case ItemKind::prediction: {
         const auto poll =
             findByID(kindOfModule(type) == ItemKind::poll ? state.polls : state.predictions, id);
         if (!poll)
-            return;
+            return notHeld();
         displayPoll(*poll, options.time);
         handleInteractionStart(options.pause, options.closeAfter, state.pollAnswers.contains(id),
                                poll->getAutoCloseTime(), id);
@@ -99,7 +113,7 @@ void OverlayController::completeDisplayInteraction(const QString &id, const QStr
     case ItemKind::rating: {
         const auto rating = findByID(state.ratings, id);
         if (!rating)
-            return;
+            return notHeld();
         displayRating(*rating, options.time);
         handleInteractionStart(options.pause, options.closeAfter, state.ratingAnswers.contains(id),
                                rating->getAutoCloseTime(), id);
@@ -107,13 +121,19 @@ void OverlayController::completeDisplayInteraction(const QString &id, const QStr
     }
     case ItemKind::quiz: {
         const std::optional<QString> token = userToken();
-        if (!token)
+        if (!token) {
+            qCDebug(lcOverlay) << "dropped quiz" << id << ": no viewer signed in to fetch it";
             return;
+        }
         VTAServiceManager::shared().getTriviaQuestion(
             id, *token, state.channelID, state.broadcaster, this,
             [this, id, options](ServiceResult<Trivia> result) {
-                if (!result)
+                if (!result) {
+                    qCDebug(lcOverlay).noquote()
+                        << "dropped quiz" << id
+                        << ": fetching it failed:" << describe(result.error());
                     return;
+                }
                 Trivia trivia = result.value();
                 // The channel's document, not the question, knows the question's sponsors.
                 if (state.channelInfo && state.channelInfo->trivias) {
@@ -124,8 +144,11 @@ void OverlayController::completeDisplayInteraction(const QString &id, const QStr
                         }
                     }
                 }
-                if (state.currentInteraction || state.animating)
+                if (state.currentInteraction || state.animating) {
+                    qCDebug(lcOverlay) << "dropped quiz" << id
+                                       << ": another card took the screen while it was fetched";
                     return;
+                }
                 displayTrivia(trivia, options.time);
                 handleInteractionStart(options.pause, options.closeAfter, trivia.answer.has_value(),
                                        trivia.question.getAutoCloseTime(), id);
@@ -133,6 +156,7 @@ void OverlayController::completeDisplayInteraction(const QString &id, const QStr
         return;
     }
     case ItemKind::unknown:
+        qCDebug(lcOverlay) << "dropped" << id << ": no card shows the module" << type;
         return;
     }
 }
@@ -179,8 +203,8 @@ void OverlayController::displayTrivia(const Trivia &trivia, qint64 time)
 
 void OverlayController::presentInteraction(VTAInteractionView *view)
 {
-    const qreal overlayWidth = m_overlay->width();
-    const qreal overlayHeight = m_overlay->height();
+    const qreal overlayWidth = m_stage->width();
+    const qreal overlayHeight = m_stage->height();
     // Outside the overlay, flush right below it or at its resting height beyond it.
     if (state.animationType == VTAAnimationType::fromBottom) {
         view->setPosition({overlayWidth - view->width(), overlayHeight});
@@ -188,7 +212,7 @@ void OverlayController::presentInteraction(VTAInteractionView *view)
         view->setPosition({overlayWidth, overlayHeight - view->height() - state.bottomMargin});
     }
     view->setDelegate(this);
-    view->setParentItem(m_overlay);
+    view->setParentItem(m_stage);
     state.currentInteraction = view;
     Q_EMIT m_overlay->interactionChanged();
     if (state.animationType == VTAAnimationType::fromBottom) {
@@ -284,16 +308,37 @@ void OverlayController::closeInteraction(VTAInteractionView *view)
     }
 }
 
-void OverlayController::followResize(const QSizeF &delta)
+void OverlayController::followResize()
 {
-    // Cards stretch with the overlay and keep their distance to its bottom; notices keep theirs
-    // to its right edge.
-    for (QQuickItem *child : m_overlay->childItems()) {
+    const QSizeF size = m_overlay->size();
+    const qreal scale = size.isEmpty()
+        ? 1.0
+        : std::min(size.height() / designHeight, size.width() / designCardWidth);
+    const QSizeF before = m_stage->size();
+    m_stage->setScale(scale);
+    m_stage->setSize(size / scale);
+    const QSizeF delta = m_stage->size() - before;
+
+    // A slide under way ends where the resized stage puts the item, not where it was aimed.
+    const auto shiftSlides = [](QQuickItem *item, qreal dx, qreal dy) {
+        for (auto *slide : item->findChildren<QPropertyAnimation *>(Qt::FindDirectChildrenOnly)) {
+            const qreal shift = slide->propertyName() == "x" ? dx
+                : slide->propertyName() == "y"               ? dy
+                                                             : 0;
+            if (slide->targetObject() != item || shift == 0)
+                continue;
+            slide->setStartValue(slide->startValue().toReal() + shift);
+            slide->setEndValue(slide->endValue().toReal() + shift);
+        }
+    };
+    for (QQuickItem *child : m_stage->childItems()) {
         if (auto *card = qobject_cast<VTAInteractionView *>(child)) {
             card->setWidth(card->width() + delta.width());
             card->setY(card->y() + delta.height());
+            shiftSlides(card, 0, delta.height());
         } else if (qobject_cast<VTANotice *>(child)) {
             child->setX(child->x() + delta.width());
+            shiftSlides(child, delta.width(), 0);
         }
     }
 }

@@ -2,6 +2,7 @@
 // broadcaster's live events, and the settlement of predictions into a notice.
 
 #include "vantora/overlay/overlaycontroller_p.h"
+#include "vantora/overlay/overlaylogging_p.h"
 #include "vantora/toolkit/animation_p.h"
 #include "vantora/toolkit/checkedmath_p.h"
 #include "vantora/toolkit/consoleline_p.h"
@@ -233,8 +234,11 @@ void OverlayController::updatedInfo(const std::optional<QList<Poll>> &polls,
 void OverlayController::didClose(const QString &pollID)
 {
     auto *card = qobject_cast<VTAPollView *>(state.currentInteraction.get());
-    if (!card || card->identifier().isEmpty() || card->isClosing() || card->identifier() != pollID)
+    if (!card || card->identifier().isEmpty() || card->isClosing()
+        || card->identifier() != pollID) {
+        qCDebug(lcOverlay) << "closing poll" << pollID << "changes nothing: it is not on screen";
         return;
+    }
     card->setDidEnd(true);
     if (card->didAnswer())
         return;
@@ -253,11 +257,16 @@ void OverlayController::didReceivePredictionResult(const PredictionWin &winObjec
     const QString pollID = winObject.pollID.value_or(QString());
     const auto prediction = std::find_if(state.predictions.cbegin(), state.predictions.cend(),
                                          [&](const Poll &poll) { return poll.id == pollID; });
-    if (prediction == state.predictions.cend())
+    if (prediction == state.predictions.cend()) {
+        qCDebug(lcOverlay) << "settled prediction" << pollID
+                           << "dropped: not in the channel's content";
         return;
+    }
     const std::optional<QString> key = predictionKey(pollID);
-    if (!key || !state.predictionResults.contains(*key))
+    if (!key || !state.predictionResults.contains(*key)) {
+        qCDebug(lcOverlay) << "settled prediction" << pollID << "dropped: the viewer did not vote";
         return;
+    }
     const QString userAnswer = state.predictionResults.value(*key).answer;
     const bool didWin = userAnswer == winObject.answer;
     if (didWin)
@@ -276,8 +285,8 @@ void OverlayController::displayWinNotice(const PredictionWin &result, const Poll
     VTANotice *custom = layout ? layout->customNoticeView() : nullptr;
     VTANotice *notice = custom ? custom : fromNib<VTANotice>();
     notice->setParent(m_overlay);
-    notice->setPosition({m_overlay->width(), noticeTop});
-    notice->setParentItem(m_overlay);
+    notice->setPosition({m_stage->width(), noticeTop});
+    notice->setParentItem(m_stage);
     animateProperty(notice, "x", notice->x() - notice->width(), slideDuration, notice);
     notice->configure(result, prediction, didWin, state.totalCredits, userAnswer, state.designInfo);
     notice->setDelegate(this);

@@ -63,9 +63,13 @@ public:
     void displayInteraction(const QString &id, const QString &type,
                             const InteractionOptions &options, bool isRetry);
     void closeInteraction(VTAInteractionView *view);
-    /// Follows a resize of the overlay: cards keep their distance to the bottom, notices to the
-    /// right edge.
-    void followResize(const QSizeF &delta);
+    /// Follows a resize of the overlay: the stage scales to its height, and on the stage cards
+    /// keep their distance to the bottom and their left edge, notices their distance to the right
+    /// edge, sliding ones included.
+    void followResize();
+    /// Where cards and notices are laid out: an item over the overlay, 1080 design pixels high
+    /// (or more, when the overlay is too narrow for a card), scaled to cover the overlay.
+    QQuickItem *stage() const { return m_stage; }
 
     // InteractionDelegate
     void closeInteraction(VTAInteractionView *view, bool fromButton) override;
@@ -101,6 +105,9 @@ public:
 
 private:
     // Session
+    /// Prints the "VTA" line of a failed step, logs why and tells the host.
+    void failSession(QStringView line, VTAOverlayView::SessionFailure failure,
+                     const QString &reason);
     void checkChannel(const ServiceResult<QList<Channel>> &channels);
     void getChannelInfo(const ServiceResult<StreamerInfo> &info, bool isRefresh);
     void clearTimers();
@@ -141,6 +148,7 @@ private:
     void releaseFocus();
 
     VTAOverlayView *m_overlay;
+    QQuickItem *m_stage;
 };
 
 } // namespace Vantora

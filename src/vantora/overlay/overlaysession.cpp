@@ -2,6 +2,7 @@
 // and the reset before a second load.
 
 #include "vantora/overlay/overlaycontroller_p.h"
+#include "vantora/overlay/overlaylogging_p.h"
 #include "vantora/realtime/pusherclient_p.h"
 #include "vantora/toolkit/consoleline_p.h"
 #include "vantora/toolkit/fonts_p.h"
@@ -13,6 +14,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace Vantora {
+
+Q_LOGGING_CATEGORY(lcOverlay, "vantora.overlay", QtInfoMsg)
 
 namespace {
 
@@ -34,7 +37,11 @@ QHash<QString, QString> answersByItemID(const std::optional<QMap<QString, QStrin
 
 } // namespace
 
-OverlayController::OverlayController(VTAOverlayView *overlay) : m_overlay(overlay) { }
+OverlayController::OverlayController(VTAOverlayView *overlay)
+    : m_overlay(overlay), m_stage(new QQuickItem(overlay))
+{
+    m_stage->setTransformOrigin(QQuickItem::TopLeft);
+}
 
 OverlayController::~OverlayController() = default;
 
@@ -62,10 +69,22 @@ void OverlayController::load(const QString &channelID, const QString &broadcaste
         [this](ServiceResult<QList<Channel>> channels) { checkChannel(channels); });
 }
 
+void OverlayController::failSession(QStringView line, VTAOverlayView::SessionFailure failure,
+                                    const QString &reason)
+{
+    printLine(line);
+    qCWarning(lcOverlay).noquote() << reason;
+    Q_EMIT m_overlay->sessionFailed(failure, reason);
+}
+
 void OverlayController::checkChannel(const ServiceResult<QList<Channel>> &channels)
 {
+    using Failure = VTAOverlayView::SessionFailure;
     if (!channels) {
-        printLine(u"VTA - Could not verify channel");
+        failSession(
+            u"VTA - Could not verify channel", Failure::ChannelNotVerified,
+            u"could not fetch the channel list of broadcaster \"%1\" (%2): %3"_s.arg(
+                state.broadcaster, state.environment.envName(), describe(channels.error())));
         return;
     }
     for (const Channel &channel : channels.value()) {
@@ -74,7 +93,10 @@ void OverlayController::checkChannel(const ServiceResult<QList<Channel>> &channe
             return;
         }
     }
-    printLine(u"VTA - Channel not found");
+    failSession(u"VTA - Channel not found", Failure::ChannelNotFound,
+                u"channel \"%1\" is not in the %2 channels of broadcaster \"%3\" (%4)"_s.arg(
+                    state.channelID, QString::number(channels.value().size()), state.broadcaster,
+                    state.environment.envName()));
 }
 
 void OverlayController::loadChannel()
@@ -107,21 +129,26 @@ void OverlayController::authenticate()
     auto &service = VTAServiceManager::shared();
     // An empty stored token is still a token: the viewer is signed in with it, not registered.
     if (const std::optional<QString> token = storedToken()) {
-        service.login(*token, state.broadcaster, state.channelID, this,
-                      [this](ServiceResult<User> user) {
-                          if (!user) {
-                              printLine(u"VTA - Failed login");
-                              return;
-                          }
-                          setUser(user.value());
-                          sendAnalyticsEvent({u"Login_with_token"_s, {}, {}}, u"view"_s, false);
-                      });
+        service.login(
+            *token, state.broadcaster, state.channelID, this, [this](ServiceResult<User> user) {
+                if (!user) {
+                    failSession(u"VTA - Failed login", VTAOverlayView::SessionFailure::LoginFailed,
+                                u"the remembered viewer could not sign in: "_s
+                                    + describe(user.error()));
+                    return;
+                }
+                setUser(user.value());
+                sendAnalyticsEvent({u"Login_with_token"_s, {}, {}}, u"view"_s, false);
+            });
         return;
     }
     service.registerUser(state.broadcaster, state.channelID, state.userBroadcasterForeignID,
                          state.userInitialName, this, [this](ServiceResult<User> user) {
                              if (!user) {
-                                 printLine(u"VTA - Failed register");
+                                 failSession(u"VTA - Failed register",
+                                             VTAOverlayView::SessionFailure::RegisterFailed,
+                                             u"a new viewer could not be registered: "_s
+                                                 + describe(user.error()));
                                  return;
                              }
                              setUser(user.value());
@@ -151,7 +178,10 @@ void OverlayController::setUser(const User &user)
 void OverlayController::getChannelInfo(const ServiceResult<StreamerInfo> &result, bool isRefresh)
 {
     if (!result) {
-        printLine(u"VTA Failed to get channel info");
+        failSession(u"VTA Failed to get channel info",
+                    VTAOverlayView::SessionFailure::ChannelInfoFailed,
+                    u"could not fetch the content of channel \"%1\": %2"_s.arg(
+                        state.channelID, describe(result.error())));
         return;
     }
     const StreamerInfo &info = result.value();

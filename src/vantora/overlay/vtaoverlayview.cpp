@@ -10,28 +10,10 @@
 
 #include <algorithm>
 #include <climits>
+#include <optional>
 
 using namespace Vantora;
-
-// Generated with the views' module.
-void qml_register_types_Vantora();
-
-namespace {
-
-// A host's QML names the overlay beside the cards, in the one "Vantora" module.
-void registerOverlayType()
-{
-    // The cards' types first: once the module has a type, an import no longer registers them.
-    qml_register_types_Vantora();
-    qmlRegisterType<VTAOverlayView>("Vantora", 1, 0, "VTAOverlayView");
-    qmlRegisterUncreatableType<VTAOverlayDelegate>("Vantora", 1, 0, "VTAOverlayDelegate",
-                                                   QStringLiteral("Implement it in C++"));
-    qmlRegisterUncreatableType<VTALayoutDelegate>("Vantora", 1, 0, "VTALayoutDelegate",
-                                                  QStringLiteral("Implement it in C++"));
-}
-Q_CONSTRUCTOR_FUNCTION(registerOverlayType)
-
-} // namespace
+using namespace Qt::Literals::StringLiterals;
 
 VTAOverlayView::VTAOverlayView(QQuickItem *parent)
     : QQuickItem(parent), d(std::make_unique<OverlayController>(this))
@@ -66,12 +48,22 @@ void VTAOverlayView::load(const QString &channelID, const QString &broadcasterNa
 void VTAOverlayView::load(const QString &channelID, const QString &broadcasterName,
                           const QString &environment)
 {
-    VTAEnvironment chosen = VTAEnvironment::testDefault();
+    std::optional<VTAEnvironment> chosen;
     if (environment == QLatin1String("production"))
         chosen = VTAEnvironment::productionDefault();
     else if (environment == QLatin1String("development"))
         chosen = VTAEnvironment::devDefault();
-    load(channelID, broadcasterName, chosen, d->state.delegate);
+    else if (environment == QLatin1String("test"))
+        chosen = VTAEnvironment::testDefault();
+    if (!chosen) {
+        const QString reason =
+            u"load(): no environment \"%1\"; use \"production\", \"development\" or \"test\""_s.arg(
+                environment);
+        qmlWarning(this) << reason;
+        Q_EMIT sessionFailed(SessionFailure::UnknownEnvironment, reason);
+        return;
+    }
+    load(channelID, broadcasterName, *chosen, d->state.delegate);
 }
 
 void VTAOverlayView::videoPlaying(double time)
@@ -121,7 +113,10 @@ VTALayoutDelegate *VTAOverlayView::layoutDelegate() const
 
 void VTAOverlayView::setLayoutDelegate(VTALayoutDelegate *delegate)
 {
+    if (d->state.layoutDelegate == delegate)
+        return;
     d->state.layoutDelegate = delegate;
+    Q_EMIT layoutDelegateChanged();
 }
 
 qreal VTAOverlayView::bottomMargin() const
@@ -131,7 +126,10 @@ qreal VTAOverlayView::bottomMargin() const
 
 void VTAOverlayView::setBottomMargin(qreal margin)
 {
+    if (d->state.bottomMargin == margin)
+        return;
     d->state.bottomMargin = margin;
+    Q_EMIT bottomMarginChanged();
 }
 
 VTAAnimationType VTAOverlayView::animationType() const
@@ -141,23 +139,10 @@ VTAAnimationType VTAOverlayView::animationType() const
 
 void VTAOverlayView::setAnimationType(VTAAnimationType type)
 {
+    if (d->state.animationType == type)
+        return;
     d->state.animationType = type;
-}
-
-QString VTAOverlayView::animationTypeName() const
-{
-    return d->state.animationType == VTAAnimationType::fromRight ? QStringLiteral("fromRight")
-                                                                 : QStringLiteral("fromBottom");
-}
-
-void VTAOverlayView::setAnimationTypeName(const QString &name)
-{
-    if (name == QLatin1String("fromRight"))
-        setAnimationType(VTAAnimationType::fromRight);
-    else if (name == QLatin1String("fromBottom"))
-        setAnimationType(VTAAnimationType::fromBottom);
-    else
-        qmlWarning(this) << "animationType is \"fromRight\" or \"fromBottom\", not" << name;
+    Q_EMIT animationTypeChanged();
 }
 
 bool VTAOverlayView::showNotices() const
@@ -167,7 +152,10 @@ bool VTAOverlayView::showNotices() const
 
 void VTAOverlayView::setShowNotices(bool show)
 {
+    if (d->state.showNotices == show)
+        return;
     d->state.showNotices = show;
+    Q_EMIT showNoticesChanged();
 }
 
 std::optional<qint64> VTAOverlayView::injectionDelay() const
@@ -177,7 +165,10 @@ std::optional<qint64> VTAOverlayView::injectionDelay() const
 
 void VTAOverlayView::setInjectionDelay(std::optional<qint64> seconds)
 {
+    const std::optional<qint64> before = d->state.injectionDelay;
     d->setInjectionDelay(seconds);
+    if (d->state.injectionDelay != before)
+        Q_EMIT injectionDelayChanged();
 }
 
 int VTAOverlayView::injectionDelaySeconds() const
@@ -201,7 +192,7 @@ void VTAOverlayView::geometryChange(const QRectF &newGeometry, const QRectF &old
 {
     QQuickItem::geometryChange(newGeometry, oldGeometry);
     if (oldGeometry.size() != newGeometry.size())
-        d->followResize(newGeometry.size() - oldGeometry.size());
+        d->followResize();
 }
 
 void VTAOverlayView::focusInEvent(QFocusEvent *event)

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QQuickItem>
 #include <QString>
+#include <QtQml/qqmlregistration.h>
 
 #include <memory>
 #include <optional>
@@ -23,12 +24,6 @@ class OverlayController;
  * The item a TV application puts over its video player to make the broadcast interactive.
  */
 
-/// The side from which the cards slide in.
-enum class VTAAnimationType {
-    fromRight, ///< from beyond the right edge, at the card's resting height
-    fromBottom, ///< up from below the bottom edge, flush right
-};
-
 /**
  * What the overlay asks of the host's player. Derive a small object from it and hand it to
  * VTAOverlayView::load(); the overlay holds it weakly, so deleting it simply stops the calls.
@@ -38,6 +33,8 @@ enum class VTAAnimationType {
 class VANTORA_EXPORT VTAOverlayDelegate : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("A host's player implements it in C++; QML hosts use the overlay's signals")
 
 public:
     using QObject::QObject;
@@ -60,6 +57,8 @@ public:
 class VANTORA_EXPORT VTALayoutDelegate : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("A host's own cards are made in C++")
 
 public:
     using QObject::QObject;
@@ -89,35 +88,64 @@ public:
  *   if (!overlay->closeInteractionIfNeeded())         // the remote's back key
  *       leaveScreen();
  *
- * From QML (`import Vantora`):
+ * From QML (`import Vantora`; a host that links no C++ of ours adds the installed
+ * `lib/<arch>/qml` folder to its import path, and the module's plugin loads the library):
  *
  *   VTAOverlayView {
  *       id: overlay
  *       anchors.fill: parent
  *       onPauseRequested: player.pause()
  *       onFocusRequested: overlay.forceActiveFocus()
+ *       onSessionFailed: (failure, reason) => console.warn(reason)
  *       Component.onCompleted: load("1001", "acme", "production")
  *   }
  *
- * Nothing is ever thrown or returned to the host on failure: start-up problems are printed as
- * lines beginning "VTA", and items that cannot be shown are dropped. The overlay lays out
- * nothing but its cards and notices; the area not covered by a card lets the video show through.
- * Main thread only.
+ * The cards and notices are designed for a 1920×1080 screen and scale with the overlay's height
+ * (a 1280×720 overlay shows them at two thirds), narrower still when the overlay is too narrow
+ * for a card; positions and `bottomMargin` are in those 1080-line design pixels.
+ *
+ * Nothing is ever thrown to the host: start-up problems are printed as lines beginning "VTA" and
+ * emitted as sessionFailed(), and items that cannot be shown are dropped (the `vantora.overlay`
+ * logging category says why). The overlay draws nothing but its cards and notices; the area not
+ * covered by a card lets the video show through. Main thread only.
  */
 class VANTORA_EXPORT VTAOverlayView : public QQuickItem
 {
     Q_OBJECT
+    QML_ELEMENT
     Q_PROPERTY(VTAOverlayDelegate *delegate READ delegate WRITE setDelegate NOTIFY delegateChanged)
-    Q_PROPERTY(VTALayoutDelegate *layoutDelegate READ layoutDelegate WRITE setLayoutDelegate)
-    Q_PROPERTY(qreal bottomMargin READ bottomMargin WRITE setBottomMargin)
-    /// "fromRight" or "fromBottom" (the default).
-    Q_PROPERTY(QString animationType READ animationTypeName WRITE setAnimationTypeName)
-    Q_PROPERTY(bool showNotices READ showNotices WRITE setShowNotices)
+    Q_PROPERTY(VTALayoutDelegate *layoutDelegate READ layoutDelegate WRITE setLayoutDelegate NOTIFY
+                   layoutDelegateChanged)
+    Q_PROPERTY(
+        qreal bottomMargin READ bottomMargin WRITE setBottomMargin NOTIFY bottomMarginChanged)
+    Q_PROPERTY(AnimationType animationType READ animationType WRITE setAnimationType NOTIFY
+                   animationTypeChanged)
+    Q_PROPERTY(bool showNotices READ showNotices WRITE setShowNotices NOTIFY showNoticesChanged)
     /// Seconds; 0 means none.
-    Q_PROPERTY(int injectionDelay READ injectionDelaySeconds WRITE setInjectionDelaySeconds)
+    Q_PROPERTY(int injectionDelay READ injectionDelaySeconds WRITE setInjectionDelaySeconds NOTIFY
+                   injectionDelayChanged)
     Q_PROPERTY(bool displayingInteraction READ isDisplayingInteraction NOTIFY interactionChanged)
 
 public:
+    /// The side from which the cards slide in (VTAAnimationType). In QML, assign the name:
+    /// `animationType: "fromRight"`.
+    enum class AnimationType {
+        fromRight, ///< from beyond the right edge, at the card's resting height
+        fromBottom, ///< up from below the bottom edge, flush right
+    };
+    Q_ENUM(AnimationType)
+
+    /// Why a session could not start or lost its viewer; see sessionFailed().
+    enum class SessionFailure {
+        UnknownEnvironment, ///< load() from QML named no environment it knows; nothing started
+        ChannelNotVerified, ///< the broadcaster's channel list could not be fetched
+        ChannelNotFound, ///< the list does not hold the channel
+        LoginFailed, ///< the remembered viewer could not sign in; the session goes on
+        RegisterFailed, ///< a new viewer could not be registered; the session goes on
+        ChannelInfoFailed, ///< the channel's content could not be fetched or read
+    };
+    Q_ENUM(SessionFailure)
+
     explicit VTAOverlayView(QQuickItem *parent = nullptr);
     ~VTAOverlayView() override;
 
@@ -129,7 +157,8 @@ public:
               const QString &language = QStringLiteral("en"),
               const std::optional<QString> &userBroadcasterForeignID = std::nullopt,
               const std::optional<QString> &userInitialName = std::nullopt);
-    /// The same for QML: `environment` is "production", "development" or "test".
+    /// The same for QML: `environment` is "production", "development" or "test". Any other name
+    /// starts nothing and emits sessionFailed() with UnknownEnvironment.
     Q_INVOKABLE void load(const QString &channelID, const QString &broadcasterName,
                           const QString &environment);
 
@@ -157,11 +186,11 @@ public:
     void setDelegate(VTAOverlayDelegate *delegate);
     VTALayoutDelegate *layoutDelegate() const;
     void setLayoutDelegate(VTALayoutDelegate *delegate);
-    /// Distance in pixels between a resting card and the overlay's bottom edge.
+    /// Distance between a resting card and the overlay's bottom edge, in design pixels.
     qreal bottomMargin() const;
     void setBottomMargin(qreal margin);
-    VTAAnimationType animationType() const;
-    void setAnimationType(VTAAnimationType type);
+    AnimationType animationType() const;
+    void setAnimationType(AnimationType type);
     bool showNotices() const;
     void setShowNotices(bool show);
     /// Seconds by which live items are held back (to match a delayed stream); a value below 1
@@ -171,12 +200,22 @@ public:
 
 Q_SIGNALS:
     void delegateChanged();
+    void layoutDelegateChanged();
+    void bottomMarginChanged();
+    void animationTypeChanged();
+    void showNoticesChanged();
+    void injectionDelayChanged();
+    /// A card appeared or went away.
     void interactionChanged();
     /// Emitted with the matching VTAOverlayDelegate call.
     void pauseRequested();
     void playRequested();
     void focusRequested();
     void focusReleased();
+    /// The session could not start (the overlay stays idle until the next load()), or the
+    /// viewer could not be signed in (the session goes on without answers). `reason` says what
+    /// failed in words for a log. Emitted once per failure, beside the "VTA" line.
+    void sessionFailed(VTAOverlayView::SessionFailure failure, const QString &reason);
 
 protected:
     void itemChange(ItemChange change, const ItemChangeData &value) override;
@@ -184,13 +223,14 @@ protected:
     void focusInEvent(QFocusEvent *event) override;
 
 private:
-    QString animationTypeName() const;
-    void setAnimationTypeName(const QString &name);
     int injectionDelaySeconds() const;
     void setInjectionDelaySeconds(int seconds);
 
     friend class Vantora::OverlayController;
     std::unique_ptr<Vantora::OverlayController> d;
 };
+
+/// The side from which the cards slide in.
+using VTAAnimationType = VTAOverlayView::AnimationType;
 
 #endif

@@ -234,7 +234,9 @@ void PusherClient::handleText(const QString &message)
         }
     } else if (event == subscriptionErrorEvent) {
         if (frame->channel && m_channels.contains(*frame->channel)) {
-            qCDebug(lcRealtime) << "subscription to" << *frame->channel << "refused";
+            qCWarning(lcRealtime).noquote()
+                << "the server refused the subscription to" << *frame->channel << ":"
+                << QString::fromUtf8(frame->data.value_or(QByteArray()));
             Q_EMIT subscriptionFailed(*frame->channel,
                                       QString::fromUtf8(frame->data.value_or(QByteArray())));
         }
@@ -312,9 +314,15 @@ void PusherClient::handleSocketLoss()
 void PusherClient::handleClose(int code, const QString &reason)
 {
     if (code >= 4000 && code <= 4099) {
+        // The server will not have this client (a wrong key, an app it does not know):
+        // nothing live arrives until the next load, so say so whatever the logging rules.
+        qCWarning(lcRealtime).noquote() << "the realtime server refused the connection with" << code
+                                        << reason << "; no live events until the next load";
         lose(Retry::Never);
         Q_EMIT errorReceived(code, reason);
     } else if (code >= 4100 && code <= 4199) {
+        qCWarning(lcRealtime).noquote()
+            << "the realtime server is over capacity:" << code << reason;
         lose(Retry::BackOffAtLeastASecond);
     } else if (code >= 4200 && code <= 4299) {
         lose(Retry::AtOnce);

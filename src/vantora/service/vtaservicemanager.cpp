@@ -100,6 +100,27 @@ QString joinImagePath(QString base, const QString &path)
 
 } // namespace
 
+QString describe(const ServiceError &error)
+{
+    QString text;
+    if (error.httpStatus != 0)
+        text = u"HTTP %1, "_s.arg(error.httpStatus);
+    switch (error.kind) {
+    case ServiceError::Kind::Transport:
+        text += u"no reply"_s;
+        break;
+    case ServiceError::Kind::EmptyReply:
+        text += u"an empty reply"_s;
+        break;
+    case ServiceError::Kind::Decoding:
+        text += u"not the expected record"_s;
+        break;
+    }
+    if (!error.message.isEmpty())
+        text += u": "_s + error.message;
+    return text;
+}
+
 QString analyticsCountry()
 {
     const QString region = QLocale::territoryToCode(QLocale::system().territory()).toLower();

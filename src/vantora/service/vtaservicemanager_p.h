@@ -35,6 +35,9 @@ struct ServiceError
 template <class T>
 using ServiceResult = Result<T, ServiceError>;
 
+/// The error in words, for a log line: "HTTP 404, not the expected record: …".
+QString describe(const ServiceError &error);
+
 /// What one analytics event is about, and for whom.
 struct AnalyticsReport
 {

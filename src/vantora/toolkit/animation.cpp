@@ -18,6 +18,7 @@ QPropertyAnimation *animateProperty(QObject *target, const char *property, const
     auto *animation = new QPropertyAnimation(target, property, owner);
     animation->setDuration(int(duration.count()));
     animation->setEasingCurve(easeInOut());
+    animation->setStartValue(target->property(property)); // explicit, so that it can be moved
     animation->setEndValue(to);
     animation->start(QAbstractAnimation::DeleteWhenStopped);
     return animation;

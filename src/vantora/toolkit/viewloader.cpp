@@ -20,7 +20,7 @@ namespace Vantora {
 namespace {
 
 // Where the library's layouts live: the views' module, then the toolkit's own.
-constexpr const char *layoutFolders[] = {":/qt/qml/Vantora/", ":/qt/qml/Vantora/Toolkit/"};
+constexpr const char *layoutFolders[] = {":/qt/qml/Vantora/Views/", ":/qt/qml/Vantora/Toolkit/"};
 
 QHash<QString, QQmlComponent *> &components()
 {

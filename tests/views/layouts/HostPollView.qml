@@ -1,5 +1,5 @@
 import QtQuick
-import Vantora
+import Vantora.Views
 import HostCards
 
 // A host's own poll card around the library's frame.

@@ -1,5 +1,5 @@
 import QtQuick
-import Vantora
+import Vantora.Views
 import HostCards
 
 // A host's own trivia card: the library's frame, a wider card and a result area of its own.

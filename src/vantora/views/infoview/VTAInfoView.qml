@@ -1,5 +1,5 @@
 import QtQuick
-import Vantora
+import Vantora.Views
 import Vantora.Toolkit
 
 // Time left, points and level on the left; the account and close buttons on the right.

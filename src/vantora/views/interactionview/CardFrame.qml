@@ -1,5 +1,5 @@
 import QtQuick
-import Vantora
+import Vantora.Views
 import Vantora.Toolkit
 
 // The frame every card shares, with the items its code reaches by name: the info bar on top, an

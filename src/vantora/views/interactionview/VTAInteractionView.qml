@@ -1,5 +1,4 @@
-import QtQuick
-import Vantora
+import Vantora.Views
 
 // A card at television size: the shared frame, nothing else.
 VTAInteractionViewBase {

@@ -13,9 +13,12 @@
 #include "vantora/toolkit/viewloader_p.h"
 #include "vantora/views/interactiondelegate_p.h"
 #include "vantora/views/promotionview/promotionview_p.h"
+#include "vantora/views/viewslogging_p.h"
 #include "vantora/views/viewtag_p.h"
 
 #include <QKeyEvent>
+
+Q_LOGGING_CATEGORY(Vantora::lcViews, "vantora.views", QtInfoMsg)
 
 using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;

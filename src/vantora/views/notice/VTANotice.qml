@@ -1,5 +1,5 @@
 import QtQuick
-import Vantora
+import Vantora.Views
 import Vantora.Toolkit
 
 // The result notice at the overlay's top right: the verdict symbol on the left, the verdict, the

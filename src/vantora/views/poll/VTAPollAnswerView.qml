@@ -1,5 +1,5 @@
 import QtQuick
-import Vantora
+import Vantora.Views
 import Vantora.Toolkit
 
 // One poll answer: a wide button and, once the viewer has voted or the poll has closed, the

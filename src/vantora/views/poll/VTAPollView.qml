@@ -1,5 +1,4 @@
-import QtQuick
-import Vantora
+import Vantora.Views
 
 // A poll or a prediction: the shared frame, with one row per answer in its answer stack.
 VTAPollViewBase {

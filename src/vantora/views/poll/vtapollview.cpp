@@ -7,6 +7,7 @@
 #include "vantora/toolkit/scheduler_p.h"
 #include "vantora/toolkit/viewloader_p.h"
 #include "vantora/views/interactiondelegate_p.h"
+#include "vantora/views/viewslogging_p.h"
 
 using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
@@ -143,6 +144,9 @@ void VTAPollView::actionAnswer(FocusTvButton *sender)
                 *token, overlay->channelID(), overlay->broadcaster(), d->poll->id, answer,
                 delegateObject(),
                 overlay->didSelectPollAnswer(answer, d->poll->id, d->poll->questionType));
+        } else {
+            qCDebug(lcViews) << "the vote on poll" << d->poll->id
+                             << "stays on this screen: no viewer";
         }
         overlay->handleInteractionCompleted(false);
     }

@@ -1,5 +1,4 @@
-import QtQuick
-import Vantora
+import Vantora.Views
 import Vantora.Toolkit
 
 // One step of the scale: a square button for the remote, its number or the rating's icon in it.

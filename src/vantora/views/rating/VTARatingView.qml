@@ -1,5 +1,5 @@
 import QtQuick
-import Vantora
+import Vantora.Views
 import Vantora.Toolkit
 
 // The rating card: the shared frame with the steps in its answer stack, and in their place once

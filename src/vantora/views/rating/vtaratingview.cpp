@@ -10,6 +10,7 @@
 #include "vantora/toolkit/scheduler_p.h"
 #include "vantora/toolkit/viewloader_p.h"
 #include "vantora/views/interactiondelegate_p.h"
+#include "vantora/views/viewslogging_p.h"
 
 #include <QKeyEvent>
 #include <QPainter>
@@ -221,6 +222,9 @@ void VTARatingView::actionAnswer(FocusTvButton *sender)
             VTAServiceManager::shared().answerRating(
                 *token, overlay->channelID(), overlay->broadcaster(), d->rating->id, value,
                 delegateObject(), overlay->didSelectRatingAnswer(value, d->rating->id));
+        } else {
+            qCDebug(lcViews) << "the rating of" << d->rating->id
+                             << "stays on this screen: no viewer";
         }
         overlay->handleInteractionCompleted(false);
     }

@@ -1,5 +1,5 @@
 import QtQuick
-import Vantora
+import Vantora.Views
 import Vantora.Toolkit
 
 // One trivia answer: a wide button with an optional picture, the answer and, once the result is

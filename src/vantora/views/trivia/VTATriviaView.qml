@@ -1,5 +1,5 @@
 import QtQuick
-import Vantora
+import Vantora.Views
 
 // A trivia question: the shared frame with the answers, and the result that replaces them — the
 // viewer's answer, the correct one under it, and the verdict.

@@ -9,6 +9,7 @@
 #include "vantora/toolkit/scheduler_p.h"
 #include "vantora/toolkit/viewloader_p.h"
 #include "vantora/views/interactiondelegate_p.h"
+#include "vantora/views/viewslogging_p.h"
 
 using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
@@ -154,6 +155,9 @@ void VTATriviaView::actionAnswer(FocusTvButton *sender)
                 *token, overlay->channelID(), overlay->broadcaster(), d->trivia->question.id,
                 answer, delegateObject(),
                 overlay->didSelectTriviaAnswer(answer, d->trivia->question.id));
+        } else {
+            qCDebug(lcViews) << "the answer to quiz" << d->trivia->question.id
+                             << "stays on this screen: no viewer";
         }
         overlay->handleInteractionCompleted(false);
     }
