@@ -190,8 +190,10 @@ void OverlayController::updatedInfo(const std::optional<QList<Poll>> &polls,
                                     const std::optional<QList<Poll>> &predictions)
 {
     VTAInteractionView *card = state.currentInteraction;
-    if (!card || card->identifier().isEmpty() || card->isClosing())
+    if (!card || card->identifier().isEmpty() || card->isClosing()) {
+        qCDebug(lcOverlay) << "live totals dropped: no card on screen to show them";
         return;
+    }
     if (auto *ratingCard = qobject_cast<VTARatingView *>(card)) {
         for (const Rating &rating : ratings.value_or(QList<Rating>{})) {
             if (rating.id == card->identifier())
