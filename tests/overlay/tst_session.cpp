@@ -232,7 +232,7 @@ TEST_F(OverlayTest, aHostsQmlPutsTheOverlayOverItsPlayerAndHearsItsSignals)
             VTAOverlayView {
                 objectName: "overlay"
                 anchors.fill: parent
-                animationType: "fromRight"
+                animationType: VTAOverlayView.FromRight
                 injectionDelay: 3
                 onPauseRequested: parent.pauses += 1
                 onSessionFailed: (failure, reason) => parent.failure = reason

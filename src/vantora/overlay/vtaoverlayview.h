@@ -127,11 +127,13 @@ class VANTORA_EXPORT VTAOverlayView : public QQuickItem
     Q_PROPERTY(bool displayingInteraction READ isDisplayingInteraction NOTIFY interactionChanged)
 
 public:
-    /// The side from which the cards slide in (VTAAnimationType). In QML, assign the name:
-    /// `animationType: "fromRight"`.
+    /// The side from which the cards slide in (VTAAnimationType). QML reads only capitalised
+    /// names: `animationType: VTAOverlayView.FromRight`.
     enum class AnimationType {
         fromRight, ///< from beyond the right edge, at the card's resting height
         fromBottom, ///< up from below the bottom edge, flush right
+        FromRight = fromRight, ///< fromRight, as QML spells it
+        FromBottom = fromBottom, ///< fromBottom, as QML spells it
     };
     Q_ENUM(AnimationType)
 
