@@ -10,6 +10,8 @@ qml=/usr/lib/qt6/bin/qml
 rm -rf "$work"
 mkdir -p "$work/shots" "$work/config"
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
+# Tools know the installed module.
+/usr/lib/qt6/bin/qmllint -I "$work/prefix/$qmldir" "$here/Snippet.qml"
 
 "$devserver" --port 0 --db "$work/dev.sqlite" --data "$data" >"$work/devserver.log" 2>&1 &
 server=$!
