@@ -4,6 +4,7 @@
 
 #include "devservertest.h"
 
+#include <QHash>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QProcess>
@@ -29,7 +30,7 @@ public:
         m_process.start(program, arguments);
         const bool ready = waitUntil([&] {
             m_out += m_process.readAllStandardOutput();
-            return m_out.contains("VANTORA_REALTIME_KEY=")
+            return m_out.contains("VANTORA_REALTIME_URL=")
                 || m_process.state() == QProcess::NotRunning;
         });
         EXPECT_TRUE(ready) << "no start-up lines: " << m_out.constData();
@@ -51,6 +52,16 @@ public:
         m_process.waitForFinished(5000);
     }
     QStringList lines() const { return QString::fromUtf8(m_out).split(u'\n', Qt::SkipEmptyParts); }
+    /// What its `export NAME=value` lines set, as a shell would.
+    QHash<QString, QString> exported() const
+    {
+        QHash<QString, QString> variables;
+        for (const QString &line : lines()) {
+            if (line.startsWith(QStringLiteral("export ")))
+                variables.insert(line.sliced(7).section(u'=', 0, 0), line.section(u'=', 1));
+        }
+        return variables;
+    }
 
     quint16 port = 0;
 

@@ -5,12 +5,14 @@
 #include "serverprocess.h"
 
 #include "testsupport.h"
+#include <vantora/records/vtaenvironment.h>
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QWebSocket>
 
 #include <gtest/gtest.h>
 
@@ -91,11 +93,13 @@ TEST(Process, printsWhereItListensAndKeepsAnswersThroughKill9)
         ServerProcess server(program, arguments);
         ASSERT_NE(server.port, 0);
         const QString origin = u"127.0.0.1:"_s + QString::number(server.port);
+        // Lines a shell takes as they are.
         const QStringList lines = server.lines();
-        for (const QString &line : {u"VANTORA_API_BASE=http://"_s + origin + u"/userApi"_s,
-                                    u"VANTORA_IMAGE_BASE=http://"_s + origin + u"/media"_s,
-                                    u"VANTORA_CHANNELS_BASE=http://"_s + origin + u"/channels/"_s,
-                                    u"VANTORA_REALTIME_URL=ws://"_s + origin})
+        for (const QString &line :
+             {u"export VANTORA_API_BASE=http://"_s + origin + u"/userApi"_s,
+              u"export VANTORA_IMAGE_BASE=http://"_s + origin + u"/media"_s,
+              u"export VANTORA_CHANNELS_BASE=http://"_s + origin + u"/channels/"_s,
+              u"export VANTORA_REALTIME_URL=ws://"_s + origin})
             EXPECT_TRUE(lines.contains(line)) << line.toStdString();
 
         const QJsonObject who{{u"broadcasterName"_s, u"vantora-demo"_s},
@@ -122,4 +126,35 @@ TEST(Process, printsWhereItListensAndKeepsAnswersThroughKill9)
     EXPECT_EQ(login.json["predictionsResults"_L1]["pr200_____1001"_L1]["status"_L1].toString(),
               u"pending"_s);
     EXPECT_EQ(login.json["expirience_points"_L1].toDouble(), 20);
+}
+
+// The SDK's three environments all reach the server's live channel; a key given on the command
+// line is then the only one.
+TEST(Process, realtimeClientsConnectWithTheKeyOfAnySdkEnvironmentOrTheOneGiven)
+{
+    const auto answer = [](quint16 port, const QString &key) {
+        QWebSocket socket;
+        QString first;
+        QObject::connect(&socket, &QWebSocket::textMessageReceived,
+                         [&first](const QString &frame) { first = frame; });
+        socket.open(QUrl(u"ws://127.0.0.1:%1/app/%2?protocol=7"_s.arg(port).arg(key)));
+        EXPECT_TRUE(waitUntil([&] { return !first.isEmpty(); }));
+        return first.contains(u"pusher:connection_established"_s)
+            ? u"welcome"_s
+            : QString::number(jsonObject(first.toUtf8())["data"_L1]["code"_L1].toInt());
+    };
+    QTemporaryDir dir;
+    const QStringList sdkKeys{VTAEnvironment::productionDefault().pusherKey(),
+                              VTAEnvironment::devDefault().pusherKey(),
+                              VTAEnvironment::testDefault().pusherKey()};
+    {
+        ServerProcess server(program, {u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"a"_s)});
+        for (const QString &key : sdkKeys)
+            EXPECT_EQ(answer(server.port, key), u"welcome"_s) << key.toStdString();
+        EXPECT_EQ(answer(server.port, u"0123456789abcdef0123"_s), u"4001"_s);
+    }
+    ServerProcess server(
+        program, {u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"b"_s), u"--app-key"_s, u"mine"_s});
+    EXPECT_EQ(answer(server.port, u"mine"_s), u"welcome"_s);
+    EXPECT_EQ(answer(server.port, sdkKeys[0]), u"4001"_s);
 }

@@ -68,17 +68,6 @@ std::string describe(const QStringList &texts)
     return "[" + texts.join(u", "_s).toStdString() + "]";
 }
 
-// The value of `name=value` among the server's start-up lines.
-QString printed(const QStringList &lines, const QString &name)
-{
-    for (const QString &line : lines) {
-        if (line.startsWith(name + u'='))
-            return line.sliced(name.size() + 1);
-    }
-    ADD_FAILURE() << "the server printed no " << qPrintable(name);
-    return {};
-}
-
 // Every item below `root` (itself included), depth first.
 QList<QQuickItem *> itemTree(QQuickItem *root)
 {
@@ -127,12 +116,12 @@ protected:
             QStringLiteral(VANTORA_DEVSERVER),
             QStringList{u"--port"_s, u"0"_s, u"--data"_s, demoFolder, u"--db"_s,
                         database->filePath(u"overlay.sqlite"_s)});
-        const QStringList lines = server->lines();
+        const QHash<QString, QString> exported = server->exported();
         VTADeployment deployment = VTADeployment::current();
-        deployment.testApiBaseURL = printed(lines, u"VANTORA_API_BASE"_s);
-        deployment.imageBaseURL = printed(lines, u"VANTORA_IMAGE_BASE"_s);
-        deployment.channelsBaseURL = printed(lines, u"VANTORA_CHANNELS_BASE"_s);
-        deployment.realtimeURL = printed(lines, u"VANTORA_REALTIME_URL"_s);
+        deployment.testApiBaseURL = exported.value(u"VANTORA_API_BASE"_s);
+        deployment.imageBaseURL = exported.value(u"VANTORA_IMAGE_BASE"_s);
+        deployment.channelsBaseURL = exported.value(u"VANTORA_CHANNELS_BASE"_s);
+        deployment.realtimeURL = exported.value(u"VANTORA_REALTIME_URL"_s);
         VTADeployment::configure(deployment);
     }
     static void TearDownTestSuite()

@@ -54,7 +54,7 @@ Window {
         onFocusRequested: overlay.forceActiveFocus()
         onSessionFailed: (failure, reason) => window.fail(reason)
         onDisplayingInteractionChanged: if (displayingInteraction) settled.restart()
-        Component.onCompleted: load("1001", "vantora-demo", "test")
+        Component.onCompleted: load("1001", "vantora-demo", "production")
     }
 
     // The viewer is signed in and the channel's content held well before this; with the video

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Installs the library, starts the dev server and plays Host.qml in Qt's `qml` runtime at several
-# screen sizes. Usage: run.sh <build dir> <qml dir inside the prefix> <dev server> <data> <work dir>
+# Installs the library and the dev server, starts the installed server on its installed demo
+# channel and plays Host.qml in Qt's `qml` runtime at several screen sizes.
+# Usage: run.sh <build dir> <qml dir inside the prefix> <work dir>
 set -euo pipefail
-build=$1 qmldir=$2 devserver=$3 data=$4 work=$5
+build=$1 qmldir=$2 work=$3
 here=$(cd "$(dirname "$0")" && pwd)
 qml=/usr/lib/qt6/bin/qml
 [ -x "$qml" ] || { echo "SKIP: Qt's qml runtime is not installed (qml-qt6; scripts/setup)"; exit 0; }
@@ -13,13 +14,15 @@ cmake --install "$build" --prefix "$work/prefix" >/dev/null
 # Tools know the installed module.
 /usr/lib/qt6/bin/qmllint -I "$work/prefix/$qmldir" "$here/Snippet.qml"
 
-"$devserver" --port 0 --db "$work/dev.sqlite" --data "$data" >"$work/devserver.log" 2>&1 &
+"$work/prefix/bin/vantora-devserver" --port 0 --db "$work/dev.sqlite" >"$work/devserver.log" 2>&1 &
 server=$!
 trap 'kill $server 2>/dev/null || true' EXIT
 for _ in $(seq 100); do
   grep -q 'VANTORA_REALTIME_URL=' "$work/devserver.log" && break
   sleep 0.1
 done
+grep -q "data $work/prefix/share/vantora/devserver/demo" "$work/devserver.log" ||
+  { echo "the installed dev server does not serve its installed demo data:"; cat "$work/devserver.log"; exit 1; }
 while IFS= read -r line; do
   line=${line#export }
   case "$line" in VANTORA_*=*) export "${line?}" ;; esac

@@ -158,10 +158,9 @@ TEST(TvApp, AnEveningWithTheDemoChannel)
     Admin admin(server.port);
 
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const QString &line : server.lines()) {
-        if (line.startsWith(u"VANTORA_"_s))
-            environment.insert(line.section(u'=', 0, 0), line.section(u'=', 1));
-    }
+    const QHash<QString, QString> exported = server.exported();
+    for (auto it = exported.cbegin(); it != exported.cend(); ++it)
+        environment.insert(it.key(), it.value());
     environment.insert(u"XDG_CONFIG_HOME"_s, state.filePath(u"config"_s)); // a new viewer
     ASSERT_TRUE(QDir(artifacts).removeRecursively() && QDir().mkpath(artifacts));
     TvProcess tv(environment,

@@ -79,6 +79,7 @@ DevServer::DevServer(ServerOptions options, Content content, std::unique_ptr<Sto
 {
     m_backend = std::make_unique<Backend>(m_content, *m_store);
     m_hub = new PusherHub(m_options.app, m_options.timing, this);
+    m_hub->setOtherClientKeys(m_options.otherClientKeys);
     m_admin = std::make_unique<Admin>(m_content, *m_store, *m_backend, *m_hub);
     connect(this, &QAbstractHttpServer::newWebSocketConnection, this, [this] {
         while (hasPendingWebSocketConnections())

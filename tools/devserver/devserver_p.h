@@ -29,6 +29,7 @@ struct ServerOptions
     QString databaseFile;
     PusherApp app{QStringLiteral("vantora"), QStringLiteral("2c3d4e5f607182930415"),
                   QStringLiteral("vantora-devserver-secret")};
+    QStringList otherClientKeys; ///< further realtime keys that clients may connect with
     PusherHub::Timing timing;
     /// Seconds since 1970; replaced by tests that need another clock.
     std::function<qint64()> now;

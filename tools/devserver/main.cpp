@@ -3,8 +3,11 @@
 
 #include "devserver_p.h"
 
+#include <vantora/records/vtaenvironment.h>
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDir>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -33,6 +36,17 @@ void printLine(FILE *stream, const QString &line)
     std::fflush(stream);
 }
 
+// The demo channel installed beside the program, or else the one in the source tree it was
+// built from.
+QString demoFolder()
+{
+    const QDir installed(QCoreApplication::applicationDirPath()
+                         + u"/../" VANTORA_DEVSERVER_INSTALLED_DEMO_DIR ""_s);
+    if (installed.exists(u"channels"_s))
+        return installed.canonicalPath();
+    return QStringLiteral(VANTORA_DEVSERVER_DEMO_DIR);
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -58,7 +72,7 @@ int main(int argc, char *argv[])
     const QCommandLineOption data(u"data"_s,
                                   u"Content folder with channels/, trivia/, lists/ and media/ "
                                   "(default: the bundled demo channel)."_s,
-                                  u"folder"_s, QStringLiteral(VANTORA_DEVSERVER_DEMO_DIR));
+                                  u"folder"_s, demoFolder());
     const QCommandLineOption database(u"db"_s,
                                       u"SQLite file for viewers, answers and analytics, created "
                                       "when missing (default vantora-devserver.sqlite)."_s,
@@ -67,7 +81,8 @@ int main(int argc, char *argv[])
                                    defaults.app.id);
     const QCommandLineOption appKey(u"app-key"_s,
                                     u"Realtime app key that clients connect with (/app/<key>) and "
-                                    "publishers sign with."_s,
+                                    "publishers sign with. Without it clients may connect with "
+                                    "the key of any of the SDK's three environments."_s,
                                     u"key"_s, defaults.app.key);
     const QCommandLineOption appSecret(
         u"app-secret"_s, u"Realtime app secret that trigger requests are signed with."_s,
@@ -100,6 +115,11 @@ int main(int argc, char *argv[])
     options.dataFolder = parser.value(data);
     options.databaseFile = parser.value(database);
     options.app = {parser.value(appId), parser.value(appKey), parser.value(appSecret)};
+    const QStringList sdkKeys{VTAEnvironment::productionDefault().pusherKey(),
+                              VTAEnvironment::devDefault().pusherKey(),
+                              VTAEnvironment::testDefault().pusherKey()};
+    if (!parser.isSet(appKey))
+        options.otherClientKeys = sdkKeys;
     options.timing.activityTimeoutSeconds = parser.value(activity).toInt(&ok);
     if (!ok || options.timing.activityTimeoutSeconds < 1)
         return fail(u"--activity-timeout: expected a whole number of seconds, 1 or more"_s);
@@ -131,10 +151,15 @@ int main(int argc, char *argv[])
     printLine(stdout,
               u"vantora-devserver listening on "_s + origin + u" (data "_s + options.dataFolder
                   + u", database "_s + options.databaseFile + u')');
-    printLine(stdout, u"VANTORA_API_BASE=http://"_s + origin + u"/userApi"_s);
-    printLine(stdout, u"VANTORA_IMAGE_BASE=http://"_s + origin + u"/media"_s);
-    printLine(stdout, u"VANTORA_CHANNELS_BASE=http://"_s + origin + u"/channels/"_s);
-    printLine(stdout, u"VANTORA_REALTIME_URL=ws://"_s + origin);
-    printLine(stdout, u"VANTORA_REALTIME_KEY="_s + options.app.key);
+    printLine(stdout,
+              parser.isSet(appKey)
+                  ? u"# realtime clients connect with the key "_s + options.app.key
+                  : u"# realtime clients connect with the production, development or test "
+                    "environment's key; paste these lines into a shell to point the SDK "
+                    "here:"_s);
+    printLine(stdout, u"export VANTORA_API_BASE=http://"_s + origin + u"/userApi"_s);
+    printLine(stdout, u"export VANTORA_IMAGE_BASE=http://"_s + origin + u"/media"_s);
+    printLine(stdout, u"export VANTORA_CHANNELS_BASE=http://"_s + origin + u"/channels/"_s);
+    printLine(stdout, u"export VANTORA_REALTIME_URL=ws://"_s + origin);
     return app.exec();
 }

@@ -87,7 +87,8 @@ void PusherHub::addConnection(std::unique_ptr<QWebSocket> owned)
 
     const QUrl url = socket->requestUrl();
     const QString path = url.path();
-    if (path != u"/app/"_s + m_app.key)
+    const QString key = path.section(u'/', 2);
+    if (!path.startsWith(u"/app/"_s) || (key != m_app.key && !m_otherClientKeys.contains(key)))
         return refuse(socket, AppDoesNotExist,
                       u"App key "_s + path.section(u'/', 2) + u" does not exist"_s);
     const QUrlQuery query(url);

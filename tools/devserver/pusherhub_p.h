@@ -34,7 +34,7 @@ namespace Vantora::DevServer {
 struct PusherApp
 {
     QString id;
-    QString key;
+    QString key; ///< the key publishers sign with, and clients connect with
     QString secret;
 };
 
@@ -64,6 +64,8 @@ public:
     ~PusherHub() override;
 
     const PusherApp &app() const { return m_app; }
+    /// Further keys that clients may connect with, beside the app's own.
+    void setOtherClientKeys(const QStringList &keys) { m_otherClientKeys = keys; }
 
     /// Takes over an upgraded connection: checks its URL, then sends the handshake.
     void addConnection(std::unique_ptr<QWebSocket> socket);
@@ -108,6 +110,7 @@ private:
     void drop(QWebSocket *socket);
 
     PusherApp m_app;
+    QStringList m_otherClientKeys;
     QWebSocket *socketOf(const QString &socketId) const;
 
     Timing m_timing;
