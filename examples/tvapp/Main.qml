@@ -11,6 +11,8 @@ Item {
 
     readonly property Item overlayLayer: overlayLayer
     readonly property Item playerSurface: playerSurface
+    // What the remote reaches, kept up to date by the app (see OverlayHost::remoteTarget).
+    property string remoteTarget: "player"
 
     Rectangle {
         anchors.fill: parent
@@ -83,7 +85,7 @@ Item {
             anchors.right: parent.right
             anchors.bottom: parent.bottom
             player: root.player
-            overlayHasRemote: !playerSurface.activeFocus && overlayLayer.activeFocus
+            remoteTarget: root.remoteTarget
         }
 
         // A focus scope, so that it reads as having the focus while a card inside it has it.

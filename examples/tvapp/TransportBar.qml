@@ -8,7 +8,9 @@ Item {
 
     required property TvPlayer player
     // Whether a card holds the remote, which changes what the keys do.
-    property bool overlayHasRemote: false
+    /// What the remote reaches: "player", "card", "rating" or "notice" (see OverlayHost).
+    property string remoteTarget: "player"
+    readonly property bool onCard: remoteTarget === "card" || remoteTarget === "rating"
 
     function clock(seconds) {
         const whole = Math.max(0, Math.floor(seconds));
@@ -136,18 +138,18 @@ Item {
         }
 
         Hint {
-            visible: !bar.overlayHasRemote
+            visible: bar.remoteTarget !== "card"
             keys: "\u2190 \u2192"
-            action: "Seek 10 s"
+            action: bar.remoteTarget === "rating" ? "Choose" : "Seek 10 s"
         }
         Hint {
-            visible: bar.overlayHasRemote
+            visible: bar.remoteTarget === "card"
             keys: "\u2191 \u2193"
             action: "Choose"
         }
         Hint {
             keys: "Enter"
-            action: bar.overlayHasRemote ? "Select" : "Play / Pause"
+            action: bar.onCard ? "Select" : "Play / Pause"
         }
         Hint {
             keys: "Space"
@@ -155,7 +157,7 @@ Item {
         }
         Hint {
             keys: "Esc"
-            action: bar.overlayHasRemote ? "Close card" : "Back"
+            action: bar.onCard ? "Close card" : bar.remoteTarget === "notice" ? "Close notice" : "Back"
         }
     }
 }

@@ -19,6 +19,7 @@
 #include <QQmlError>
 #include <QQuickItem>
 #include <QQuickView>
+#include <QTimer>
 
 #include <cstring>
 #include <variant>
@@ -221,6 +222,14 @@ int main(int argc, char *argv[])
     auto *host = new OverlayHost(&player, overlay, playerSurface, root);
     // The back key closes the card or notice first; only on the bare player does it mean leave.
     remote.setBackHandler([host] { return host->back(); });
+    // "Press Back again to exit" quits through the engine.
+    QObject::connect(view.engine(), &QQmlEngine::quit, &app, &QCoreApplication::quit,
+                     Qt::QueuedConnection);
+    // The hint line follows what the remote reaches.
+    QTimer hints;
+    QObject::connect(&hints, &QTimer::timeout, root,
+                     [root, host] { root->setProperty("remoteTarget", host->remoteTarget()); });
+    hints.start(250);
 
     const VTAEnvironment environment = environmentNamed(options.environment);
     tvLine(u"channel %1 of %2 on %3 (%4)"_s.arg(options.channel, options.broadcaster,

@@ -2,6 +2,10 @@
 #include "tvconsole.h"
 #include "tvplayer.h"
 
+#include <vantora/views/notice/vtanotice.h>
+
+#include <QQuickWindow>
+
 OverlayHost::OverlayHost(TvPlayer *player, VTAOverlayView *overlay, QQuickItem *playerSurface,
                          QObject *parent)
     : VTAOverlayDelegate(parent), m_player(player), m_overlay(overlay),
@@ -18,6 +22,27 @@ OverlayHost::OverlayHost(TvPlayer *player, VTAOverlayView *overlay, QQuickItem *
     });
     connect(player, &TvPlayer::playingChanged, this, &OverlayHost::playingChanged);
     connect(player, &TvPlayer::seeked, this, &OverlayHost::seeked);
+}
+
+QString OverlayHost::remoteTarget() const
+{
+    if (!m_overlay)
+        return QStringLiteral("player");
+    if (QQuickWindow *window = m_overlay->window()) {
+        for (QQuickItem *item = window->activeFocusItem(); item; item = item->parentItem()) {
+            if (item->inherits("VTARatingView"))
+                return QStringLiteral("rating");
+            if (item->inherits("VTAInteractionView"))
+                return QStringLiteral("card");
+        }
+    }
+    // A notice never takes the remote, but Back closes it.
+    const QList<VTANotice *> notices = m_overlay->findChildren<VTANotice *>();
+    for (const VTANotice *notice : notices) {
+        if (notice->parentItem() && notice->isVisible())
+            return QStringLiteral("notice");
+    }
+    return QStringLiteral("player");
 }
 
 bool OverlayHost::back()

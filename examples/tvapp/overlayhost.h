@@ -32,6 +32,10 @@ public:
     /// How often the position is reported while playing, in milliseconds.
     static constexpr int reportInterval = 2000;
 
+    /// What the remote's keys reach now, for the hint line: "player", "card" (answers above one
+    /// another), "rating" (side by side) or "notice" (a notice on screen, closed by Back).
+    QString remoteTarget() const;
+
 private:
     void playingChanged();
     void seeked(double position);

@@ -7,6 +7,7 @@
 #include "testsupport.h"
 
 #include <QDir>
+#include <QFile>
 #include <QImage>
 #include <QJsonArray>
 #include <QNetworkAccessManager>
@@ -203,8 +204,16 @@ TEST(TvApp, AnEveningWithTheDemoChannel)
     ASSERT_EQ(settled["winners"_L1].toArray().size(), 1);
     EXPECT_EQ(settled["winners"_L1][0]["id"_L1].toString(), viewer);
 
+    // A live rating, five stars.
+    ASSERT_TRUE(tv.waitForLine(u"vantora-tv: mark ready-for-rating"_s, 60000)) << tv.output();
+    admin.post(u"/inject"_s,
+               {{u"channel"_s, u"1001"_s}, {u"kind"_s, u"rating"_s}, {u"id"_s, u"r300"_s}});
+
     ASSERT_TRUE(tv.waitForExit(60000)) << tv.output();
     ASSERT_EQ(tv.exitCode(), 0) << tv.output();
+    answers = admin.answers();
+    ASSERT_EQ(answers.size(), 4);
+    EXPECT_EQ(answers[3]["item"_L1].toString(), u"r300"_s);
 
     // What the server holds for the viewer at the end.
     const QJsonArray viewers = admin.get(u"/viewers"_s).array();
@@ -235,8 +244,14 @@ TEST(TvApp, AnEveningWithTheDemoChannel)
     EXPECT_TRUE(texts(trivia).contains(u"Which flag belongs to the host of the 1998 World Cup?"_s));
     EXPECT_EQ(named(trivia, u"pointsLabel"_s), u"30"_s);
 
-    // The win notice shows the total the server holds.
+    // The hint line follows what the remote reaches: a rating's stars lie side by side.
+    const QStringList rating = texts(readDump(u"9-rating"_s));
+    EXPECT_TRUE(rating.contains(u"\u2190 \u2192"_s) && rating.contains(u"Choose"_s)
+                && !rating.contains(u"Seek 10 s"_s));
+
+    // The win notice shows the total the server holds; Back closes it.
     const QJsonObject total = readDump(u"7-total"_s);
+    EXPECT_TRUE(texts(total).contains(u"Close notice"_s));
     EXPECT_EQ(named(total, u"scoreTitleLabel"_s), u"Total Score:"_s);
     QString shownTotal = named(total, u"totalPointsLabel"_s);
     bool isNumber = false;
@@ -261,15 +276,33 @@ TEST(TvApp, AnEveningWithTheDemoChannel)
     EXPECT_EQ(lines.count(u"VTA showing POLL"_s), 2);
     EXPECT_EQ(lines.count(u"VTA showing TRIVIA"_s), 1);
     EXPECT_EQ(lines.count(u"VTA showing Notice"_s), 1);
-    EXPECT_EQ(lines.count(u"vantora-tv: the overlay takes the remote"_s), 3);
+    EXPECT_EQ(lines.count(u"VTA showing RATING"_s), 1);
+    EXPECT_EQ(lines.count(u"vantora-tv: the overlay takes the remote"_s), 4);
     EXPECT_GE(lines.count(u"vantora-tv: the overlay gives the remote back"_s), 4);
 
     for (const QString &shot :
          {u"1-poll"_s, u"2-poll-answered"_s, u"3-trivia"_s, u"4-trivia-answered"_s,
-          u"5-prediction"_s, u"6-win"_s, u"7-total"_s, u"8-back-to-the-match"_s}) {
+          u"5-prediction"_s, u"6-win"_s, u"7-total"_s, u"8-back-to-the-match"_s, u"9-rating"_s}) {
         const QImage image(QDir(artifacts).filePath(shot + u".png"_s));
         EXPECT_EQ(image.size(), QSize(1920, 1080)) << shot.toStdString();
     }
+}
+
+// Back twice on the bare player, within three seconds, leaves the app at once.
+TEST(TvApp, BackTwiceOnThePlayerLeavesTheApp)
+{
+    QTemporaryDir state;
+    QFile script(state.filePath(u"leave.script"_s));
+    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
+    script.write("+1 key Escape\n+0.5 key Escape\n+0 wait-for 30 never on screen\n");
+    script.close();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"XDG_CONFIG_HOME"_s, state.filePath(u"config"_s));
+    TvProcess tv(environment,
+                 {u"--offscreen"_s, u"--server"_s, u"http://127.0.0.1:9"_s, u"--script"_s,
+                  script.fileName()});
+    ASSERT_TRUE(tv.waitForExit(15000)) << tv.output();
+    EXPECT_EQ(tv.exitCode(), 0) << tv.output();
 }
 
 } // namespace
