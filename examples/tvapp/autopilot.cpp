@@ -9,6 +9,7 @@
 #include <QImage>
 #include <QJsonDocument>
 #include <QKeyEvent>
+#include <QNetworkReply>
 #include <QQuickWindow>
 
 #include <algorithm>
@@ -170,7 +171,43 @@ bool Autopilot::runStep(const ScriptStep &step)
         tvLine(QStringLiteral("%1: the script is done; staying on").arg(stepName(step)));
         m_staying = true;
         return false;
+    case Command::admin:
+        return runAdmin(step);
     }
+    return true;
+}
+
+bool Autopilot::runAdmin(const ScriptStep &step)
+{
+    if (!m_adminReply) {
+        if (!m_plan.server.isValid()) {
+            tvError(QStringLiteral("%1: admin needs the dev server (--server or VANTORA_API_BASE)")
+                        .arg(stepName(step)));
+            finish(3);
+            return false;
+        }
+        QNetworkRequest request(m_plan.server.resolved(QUrl(u"/admin/"_s + step.text)));
+        request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("application/json"));
+        m_adminReply =
+            step.body.isEmpty() ? m_network.get(request) : m_network.post(request, step.body);
+        return false;
+    }
+    if (!m_adminReply->isFinished())
+        return false;
+    QNetworkReply *reply = m_adminReply;
+    m_adminReply = nullptr;
+    reply->deleteLater();
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const QByteArray answer = reply->readAll();
+    if (status != 200) {
+        tvError(QStringLiteral("%1: admin %2 failed (%3): %4")
+                    .arg(stepName(step), step.text, reply->errorString(),
+                         QString::fromUtf8(answer.left(300))));
+        finish(3);
+        return false;
+    }
+    tvLine(QStringLiteral("%1: admin %2 -> %3")
+               .arg(stepName(step), step.text, QString::fromUtf8(answer.left(160))));
     return true;
 }
 

@@ -4,12 +4,15 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QNetworkAccessManager>
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
+#include <QUrl>
 
 #include <optional>
 
+class QNetworkReply;
 class QQuickWindow;
 class TvPlayer;
 
@@ -29,6 +32,7 @@ public:
         std::optional<double> quitAt; ///< --quit-at
         QDir outputDir; ///< screenshots and dumps
         QString exitDumpFile; ///< --dump-tree: where writeExitDump() writes
+        QUrl server; ///< the dev server's origin, for admin steps
     };
 
     Autopilot(Plan plan, QQuickWindow *window, TvPlayer *player, QObject *parent = nullptr);
@@ -47,6 +51,8 @@ private:
     void pressKey(int key);
     bool saveScreenshot(const QString &name);
     bool saveDump(const QString &path);
+    /// Sends an admin step's request once and reports whether its reply has come.
+    bool runAdmin(const ScriptStep &step);
     void finish(int exitCode);
 
     Plan m_plan;
@@ -59,4 +65,6 @@ private:
     bool m_stepStarted = false;
     bool m_finished = false;
     bool m_staying = false; ///< a stay step: the script is over, the app goes on
+    QNetworkAccessManager m_network;
+    QPointer<QNetworkReply> m_adminReply;
 };

@@ -248,6 +248,11 @@ int main(int argc, char *argv[])
     view.requestActivate();
     playerSurface->forceActiveFocus();
 
+    // The dev server answers the admin steps of a script beside the backend's operations.
+    QString origin = environment.apiBaseURL();
+    if (origin.endsWith(u"/userApi"_s))
+        origin.chop(8);
+    options.plan.server = QUrl(origin + u'/');
     Autopilot autopilot(options.plan, &view, &player);
     autopilot.start();
     player.play();

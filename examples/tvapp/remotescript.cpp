@@ -1,5 +1,6 @@
 #include "remotescript.h"
 
+#include <QJsonDocument>
 #include <QKeySequence>
 #include <QRegularExpression>
 
@@ -28,6 +29,7 @@ constexpr CommandName commandNames[] = {
     {"pause", Command::pause},
     {"quit", Command::quit},
     {"stay", Command::stay},
+    {"admin", Command::admin},
 };
 
 std::optional<double> seconds(const QString &word)
@@ -94,6 +96,20 @@ QString readArguments(ScriptStep &step, QStringList words, const QString &line)
         if (!target)
             return QStringLiteral("seek takes one video second");
         step.seconds = *target;
+        return {};
+    }
+    case Command::admin: {
+        if (words.isEmpty() || words[0].startsWith(u'/'))
+            return QStringLiteral("admin takes a path below /admin/ and an optional JSON object");
+        step.text = words[0];
+        const QString body = line.section(QRegularExpression(QStringLiteral("\\s+")), 3);
+        if (!body.isEmpty()) {
+            QJsonParseError error;
+            const QJsonDocument document = QJsonDocument::fromJson(body.toUtf8(), &error);
+            if (!document.isObject())
+                return QStringLiteral("admin's body is not a JSON object: %1").arg(body);
+            step.body = document.toJson(QJsonDocument::Compact);
+        }
         return {};
     }
     case Command::play:

@@ -17,7 +17,8 @@ struct ScriptStep
         play,
         pause,
         quit,
-        stay
+        stay,
+        admin
     };
 
     int line = 0; ///< 1-based, for messages
@@ -31,7 +32,8 @@ struct ScriptStep
     int count = 1; ///< presses, for key
     /// The limit of wait-for and wait-gone (0: none), the target of seek.
     double seconds = 0;
-    QString text; ///< the text to wait for, or the name of a screenshot, dump or mark
+    QString text; ///< the text to wait for, the name of a screenshot, dump or mark, an admin path
+    QByteArray body; ///< admin: the JSON object to post; empty for a GET
 };
 
 /// A script read whole; on the first bad line `error` says where and why, and `steps` is empty.
