@@ -29,7 +29,9 @@ TEST(RemoteScript, ReadsEveryCommandWithItsTimeAndLine)
                                                     "+0 key Escape\n"
                                                     "+0 key Space\n"
                                                     "+0 key Backspace\n"
-                                                    "+0 stay\n"_s);
+                                                    "+0 stay\n"
+                                                    "+0 admin inject {\"id\": \"p1\"}\n"
+                                                    "+0 admin viewers\n"_s);
     ASSERT_EQ(script.error, QString());
     struct Expected
     {
@@ -61,6 +63,8 @@ TEST(RemoteScript, ReadsEveryCommandWithItsTimeAndLine)
         {15, true, 0, Command::key, Qt::Key_Space, 1, 0, none},
         {16, true, 0, Command::key, Qt::Key_Backspace, 1, 0, none},
         {17, true, 0, Command::stay, 0, 1, 0, none},
+        {18, true, 0, Command::admin, 0, 1, 0, u"inject"_s},
+        {19, true, 0, Command::admin, 0, 1, 0, u"viewers"_s},
     };
     ASSERT_EQ(script.steps.size(), qsizetype(std::size(expected)));
     for (qsizetype i = 0; i < script.steps.size(); ++i) {
@@ -76,6 +80,9 @@ TEST(RemoteScript, ReadsEveryCommandWithItsTimeAndLine)
         EXPECT_EQ(step.seconds, want.seconds);
         EXPECT_EQ(step.text, want.text);
     }
+    // An admin step's body goes out as the JSON object written; without one it is a GET.
+    EXPECT_EQ(script.steps[17].body, QByteArray(R"({"id":"p1"})"));
+    EXPECT_TRUE(script.steps[18].body.isEmpty());
 }
 
 TEST(RemoteScript, NamesTheFirstBadLineAndWhatIsWrong)
@@ -113,6 +120,10 @@ TEST(RemoteScript, NamesTheFirstBadLineAndWhatIsWrong)
         {"seek backwards", u"1 seek -5"_s, u"line 1: seek takes one video second"_s},
         {"quit with words", u"1 quit now"_s, u"line 1: quit takes nothing more"_s},
         {"mark without text", u"1 mark"_s, u"line 1: mark takes a text"_s},
+        {"admin from the root", u"1 admin /userApi/x"_s,
+         u"line 1: admin takes a path below /admin/ and an optional JSON object"_s},
+        {"admin with a broken body", u"1 admin inject {\"id\":"_s,
+         u"line 1: admin's body is not a JSON object: {\"id\":"_s},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
