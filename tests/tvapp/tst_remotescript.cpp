@@ -81,8 +81,8 @@ TEST(RemoteScript, ReadsEveryCommandWithItsTimeAndLine)
         EXPECT_EQ(step.text, want.text);
     }
     // An admin step's body goes out as the JSON object written; without one it is a GET.
-    EXPECT_EQ(script.steps[17].body, QByteArray(R"({"id":"p1"})"));
-    EXPECT_TRUE(script.steps[18].body.isEmpty());
+    EXPECT_EQ(script.steps[15].body, QByteArray(R"({"id":"p1"})"));
+    EXPECT_TRUE(script.steps[16].body.isEmpty());
 }
 
 TEST(RemoteScript, NamesTheFirstBadLineAndWhatIsWrong)
