@@ -334,6 +334,8 @@ TEST_F(RatingTest, thePromotionComesAtItsOwnTime)
             EXPECT_FALSE(container->isVisible());
             clock.advanceBy(10ms);
             EXPECT_TRUE(container->isVisible());
+            // The card's result lies under the promotion, dimmed with the rest of the card.
+            EXPECT_TRUE(view->mainContainer()->isAncestorOf(view->resultContainer()));
         } else {
             clock.advanceBy(5s);
             EXPECT_FALSE(container->isVisible()) << "shown only once rated";

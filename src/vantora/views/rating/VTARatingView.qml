@@ -13,11 +13,12 @@ VTARatingViewBase {
         anchors.fill: parent
     }
 
+    // On the card's body, so that a flipping promotion covers and dims it with the rest.
     Item {
         objectName: "resultContainer"
-        x: frame.width - 760
+        parent: frame.body
         y: 440
-        width: 760
+        width: frame.body.width
         height: 360
         visible: false
 
