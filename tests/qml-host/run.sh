@@ -11,8 +11,11 @@ qml=/usr/lib/qt6/bin/qml
 rm -rf "$work"
 mkdir -p "$work/shots" "$work/config"
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
-# Tools know the installed module.
+# Tools know the installed module, and pkg-config the installed library.
 /usr/lib/qt6/bin/qmllint -I "$work/prefix/$qmldir" "$here/Snippet.qml"
+libs=$(PKG_CONFIG_PATH="$(dirname "$(find "$work/prefix" -name vantora.pc)")" pkg-config --libs vantora)
+[ -e "$(echo "$libs" | sed -n 's/^-L\([^ ]*\) .*/\1/p')/libvantora.so" ] ||
+  { echo "vantora.pc points elsewhere: $libs"; exit 1; }
 
 "$work/prefix/bin/vantora-devserver" --port 0 --db "$work/dev.sqlite" >"$work/devserver.log" 2>&1 &
 server=$!
