@@ -146,6 +146,18 @@ TEST_F(ButtonTest, theSelectKeyPressesAndReleasesTheButton)
     clock.advanceBy(200ms);
     EXPECT_EQ(triggered.count(), 0) << "other keys are not the select key";
     EXPECT_DOUBLE_EQ(first->scale(), 1.2);
+
+    // A key held while the button came to have the focus (a card appearing under the viewer's
+    // thumb) repeats and is released here without having been pressed here: nothing is chosen.
+    QSignalSpy secondTriggered(second, &FocusTvButton::primaryActionTriggered);
+    QTest::keyPress(&window, Qt::Key_Select);
+    focus(second);
+    QTest::keyRelease(&window, Qt::Key_Select);
+    QKeyEvent repeat(QEvent::KeyPress, Qt::Key_Select, Qt::NoModifier, QString(), true);
+    QCoreApplication::sendEvent(&window, &repeat);
+    QTest::keyRelease(&window, Qt::Key_Select);
+    EXPECT_EQ(triggered.count(), 0);
+    EXPECT_EQ(secondTriggered.count(), 0);
 }
 
 TEST(GradientView, unitPointsRunCornerToCornerOnAnyShape)

@@ -1,5 +1,6 @@
 #include "viewtest.h"
 
+#include "vantora/toolkit/colors_p.h"
 #include "vantora/toolkit/focustvbutton_p.h"
 #include "vantora/toolkit/imageview_p.h"
 #include "vantora/views/promotionview/promotionview_p.h"
@@ -173,6 +174,7 @@ TEST_F(CardTest, eachStateShowsItsOwnParts)
     } rows[] = {{State::active, true, false, true, false},
                 {State::loading, false, true, false, true},
                 {State::completed, false, true, true, false}};
+    card->mainIcon()->setImage(imageWithColor(Qt::white)); // the channel's logo
     for (const auto &row : rows) {
         SCOPED_TRACE(int(row.state));
         card->applyState(row.state);

@@ -386,20 +386,6 @@ TEST_F(RatingTest, theDesignColoursTheStepsAndTheAverage)
         << "redrawn";
 }
 
-TEST_F(RatingTest, theRemoteReachesTheInfoBarAndComesBackToTheSteps)
-{
-    configure(rating("4"));
-    QTest::keyClick(&window, Qt::Key_Right);
-    EXPECT_TRUE(view->answerViews().last()->button()->hasActiveFocus()) << "stays on the last";
-    QTest::keyClick(&window, Qt::Key_Up);
-    EXPECT_TRUE(view->infoView()->closeButton()->hasActiveFocus());
-    QTest::keyClick(&window, Qt::Key_Left);
-    EXPECT_TRUE(view->infoView()->accountButton()->hasActiveFocus());
-    QTest::keyClick(&window, Qt::Key_Down);
-    EXPECT_TRUE(view->answerViews().last()->button()->hasActiveFocus());
-    EXPECT_TRUE(overlay.calls.isEmpty());
-}
-
 TEST_F(RatingTest, aHostSubclassLoadsWithItsOwnLayout)
 {
     qmlRegisterType<HostRatingView>("HostCards", 1, 0, "HostRatingViewBase");

@@ -157,8 +157,10 @@ void FocusTvButton::animateTo(Look state, bool pressed)
 void FocusTvButton::itemChange(ItemChange change, const ItemChangeData &value)
 {
     QQuickItem::itemChange(change, value);
-    if (change == ItemActiveFocusHasChanged && isComponentComplete())
+    if (change == ItemActiveFocusHasChanged && isComponentComplete()) {
+        m_pressed = false; // the press is cancelled with the focus
         animateTo(look(), false);
+    }
 }
 
 void FocusTvButton::keyPressEvent(QKeyEvent *event)
@@ -168,8 +170,10 @@ void FocusTvButton::keyPressEvent(QKeyEvent *event)
         return;
     }
     event->accept();
-    if (!event->isAutoRepeat())
-        animateTo(look(), true);
+    if (event->isAutoRepeat() || !hasActiveFocus())
+        return;
+    m_pressed = true;
+    animateTo(look(), true);
 }
 
 void FocusTvButton::keyReleaseEvent(QKeyEvent *event)
@@ -179,8 +183,11 @@ void FocusTvButton::keyReleaseEvent(QKeyEvent *event)
         return;
     }
     event->accept();
-    if (event->isAutoRepeat())
+    // A key held since before this button had the focus (a card appearing under a held key)
+    // chooses nothing: only a press and its release here make an action.
+    if (event->isAutoRepeat() || !m_pressed)
         return;
+    m_pressed = false;
     if (hasActiveFocus())
         animateTo(Look::Focused, false);
     Q_EMIT primaryActionTriggered();

@@ -18,7 +18,7 @@ namespace Vantora {
 /// The button of every answer and of the info bar: a rounded background, flat or a diagonal
 /// gradient, a title and an optional image, in three looks — focused (takes precedence), selected
 /// and normal. Focused it grows by `focusedScaleFactor`; while the remote's select key is held it
-/// returns to its own size, and on release it emits primaryActionTriggered().
+/// returns to its own size, and on the release of that press it emits primaryActionTriggered().
 ///
 ///   auto *button = fromNib<FocusTvButton>();
 ///   button->focusedBackgroundColor = *colorFromHex(design.backgroundButton);
@@ -127,6 +127,7 @@ private:
 
     QString m_title;
     bool m_selected = false;
+    bool m_pressed = false; ///< the select key went down here and is not up yet
     QPointer<GradientView> m_gradientView;
     QPointer<QQuickItem> m_titleLabel;
     QPointer<ImageView> m_imageView;

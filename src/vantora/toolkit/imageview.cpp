@@ -12,6 +12,8 @@ ImageView::ImageView(QQuickItem *parent) : QQuickPaintedItem(parent)
 void ImageView::setImage(const QImage &image)
 {
     m_image = image;
+    // Its own size in design pixels, for layouts that show it as large as it is.
+    setImplicitSize(image.deviceIndependentSize().width(), image.deviceIndependentSize().height());
     update();
     Q_EMIT imageChanged();
 }

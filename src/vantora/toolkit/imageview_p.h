@@ -7,8 +7,8 @@
 namespace Vantora {
 
 /// Shows an image that the code hands over (loaded by the service, or drawn), scaled to fit and
-/// centred, proportions kept; nothing while it has none. Optionally recoloured, for monochrome
-/// symbols drawn in the design's colours.
+/// centred, proportions kept; nothing while it has none. Its implicit size is the image's own.
+/// Optionally recoloured, for monochrome symbols drawn in the design's colours.
 class ImageView : public QQuickPaintedItem
 {
     Q_OBJECT

@@ -12,16 +12,21 @@ VTAInfoViewBase {
     component Caption: Text {
         color: "#B3FFFFFF"
         font.family: "Roboto"
-        font.pixelSize: 20
+        font.pixelSize: 24
         font.weight: Font.Medium
         font.letterSpacing: 1.5
     }
 
+    // A figure shrinks, rather than run into the buttons, past `widest` pixels.
     component Value: Text {
+        property real widest: 240
+        width: Math.min(implicitWidth, widest)
         color: "white"
         font.family: "Roboto"
         font.pixelSize: 38
         font.weight: Font.Bold
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: 24
     }
 
     Row {
@@ -31,9 +36,10 @@ VTAInfoViewBase {
         spacing: 28
 
         Column {
+            id: timer
             objectName: "timerView"
             anchors.verticalCenter: parent.verticalCenter
-            width: 96
+            width: 112
 
             Value {
                 objectName: "timerLabel1"
@@ -48,8 +54,10 @@ VTAInfoViewBase {
             }
         }
 
+        // Divides the countdown from the score, when a card shows both.
         Rectangle {
             objectName: "separator"
+            visible: timer.visible && score.visible
             anchors.verticalCenter: parent.verticalCenter
             width: 2
             height: 64
@@ -58,6 +66,7 @@ VTAInfoViewBase {
         }
 
         Row {
+            id: score
             objectName: "pointsView"
             anchors.verticalCenter: parent.verticalCenter
             spacing: 40
@@ -79,6 +88,7 @@ VTAInfoViewBase {
                 }
                 Value {
                     objectName: "levelLabel"
+                    widest: 120
                     text: "0"
                 }
             }

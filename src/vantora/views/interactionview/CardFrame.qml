@@ -2,14 +2,21 @@ import QtQuick
 import Vantora.Views
 import Vantora.Toolkit
 
-// The frame every card shares, with the items its code reaches by name: the info bar on top, an
-// icon, the question and the answers, with room on its left for a sponsor's promotion. A card's
-// layout is its class as the root and a CardFrame filling it; the card's own items go on the
-// body with `parent: frame.body`, under a flipping promotion like the rest of the card.
+// The frame every card shares, with the items its code reaches by name: the info bar on top, and
+// under it one scrolling column — the channel's logo when it has one, the question, the answers —
+// with room on the card's left for a sponsor's promotion. A card's layout is its class as the root
+// and a CardFrame filling it. Items that follow the answers (a result) go in the column with
+// `parent: frame.content`; items placed freely go on `frame.body`. Both lie under a flipping
+// promotion like the rest of the card.
+//
+// The question keeps its whole text: it wraps (breaking a word only when a word alone is wider
+// than the card), steps down from 44 to 38 px past three lines and to 32 px past four, and past
+// that the column scrolls as the remote moves.
 Item {
     id: card
 
     readonly property Item body: main
+    readonly property Item content: column
 
     width: 1240
     height: 880
@@ -39,68 +46,97 @@ Item {
         }
 
         Item {
+            id: info
             objectName: "infoContainer"
             width: parent.width
             height: 112
         }
 
         Rectangle {
-            y: 112
+            id: divider
+            anchors.top: info.bottom
             width: parent.width
             height: 1
             color: "#26FFFFFF"
         }
 
-        ImageView {
-            id: icon
-            objectName: "mainIcon"
-            anchors.horizontalCenter: parent.horizontalCenter
-            y: 144
-            width: 112
-            height: 112
-        }
-
-        Spinner {
-            objectName: "indicator"
-            anchors.centerIn: icon
-            visible: false
-        }
-
-        Text {
-            id: title
-            objectName: "titleLabel"
-            anchors.horizontalCenter: parent.horizontalCenter
-            y: 280
-            width: parent.width - 96
-            horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.WordWrap
-            maximumLineCount: 3
-            elide: Text.ElideRight
-            color: "white"
-            font.family: "Roboto"
-            font.pixelSize: 44
-            font.weight: Font.Bold
-        }
-
         Flickable {
+            id: scroll
             objectName: "scrollView"
-            anchors.horizontalCenter: parent.horizontalCenter
-            anchors.top: title.bottom
-            anchors.topMargin: 40
+            anchors.top: divider.bottom
             anchors.bottom: parent.bottom
-            anchors.bottomMargin: 40
-            width: parent.width - 96
-            contentHeight: answers.height
+            anchors.bottomMargin: 16
+            width: parent.width
+            contentHeight: column.height
             clip: true
             interactive: false
 
-            // Full-width answers stack up; narrow ones (a rating's steps) line up side by side.
-            Flow {
-                id: answers
-                objectName: "answerStack"
-                width: parent.width
-                spacing: 24
+            Column {
+                id: column
+                x: 48
+                width: parent.width - 96
+                topPadding: 28
+                bottomPadding: 24
+                spacing: 28
+
+                // The logo's place, kept only while there is a logo or the spinner turns in it.
+                Item {
+                    width: parent.width
+                    height: 112
+                    visible: icon.implicitWidth > 0 || indicator.visible
+
+                    ImageView {
+                        id: icon
+                        objectName: "mainIcon"
+                        anchors.fill: parent
+                    }
+
+                    Spinner {
+                        id: indicator
+                        objectName: "indicator"
+                        anchors.centerIn: parent
+                        visible: false
+                    }
+                }
+
+                Text {
+                    id: title
+                    objectName: "titleLabel"
+                    width: parent.width
+                    horizontalAlignment: Text.AlignHCenter
+                    wrapMode: Text.Wrap
+                    color: "white"
+                    font.family: "Roboto"
+                    font.pixelSize: fullSize.lineCount <= 3 ? 44 : smaller.lineCount <= 4 ? 38 : 32
+                    font.weight: Font.Bold
+                }
+
+                // Full-width answers stack up; narrow ones (a rating's steps) line up side by side.
+                Flow {
+                    id: answers
+                    objectName: "answerStack"
+                    width: parent.width
+                    spacing: 24
+                }
             }
+        }
+
+        // The question as it would wrap at the larger sizes, measured but never drawn.
+        component Measure: Text {
+            visible: false
+            width: title.width
+            text: title.text
+            wrapMode: title.wrapMode
+            font.family: title.font.family
+            font.weight: title.font.weight
+        }
+        Measure {
+            id: fullSize
+            font.pixelSize: 44
+        }
+        Measure {
+            id: smaller
+            font.pixelSize: 38
         }
     }
 

@@ -4,6 +4,7 @@
 #include "vantora/toolkit/animation_p.h"
 #include "vantora/toolkit/checkedmath_p.h"
 #include "vantora/toolkit/colors_p.h"
+#include "vantora/toolkit/focusnavigation_p.h"
 #include "vantora/toolkit/focustvbutton_p.h"
 #include "vantora/toolkit/imageview_p.h"
 #include "vantora/toolkit/itemlayout_p.h"
@@ -57,10 +58,13 @@ public:
     Vantora::TimerId clockTimer = 0;
     bool isClosing = false;
     qint64 tag = 0;
+    Vantora::FocusNavigator navigator;
+
+    explicit VTAInteractionViewPrivate(QQuickItem *card) : navigator(card) { }
 };
 
 VTAInteractionView::VTAInteractionView(QQuickItem *parent)
-    : QQuickItem(parent), d_ptr(std::make_unique<VTAInteractionViewPrivate>())
+    : QQuickItem(parent), d_ptr(std::make_unique<VTAInteractionViewPrivate>(this))
 {
     setFlag(ItemIsFocusScope);
 }
@@ -430,55 +434,34 @@ QQuickItem *VTAInteractionView::preferredFocusItem() const
 
 void VTAInteractionView::focusPreferredItem()
 {
-    if (QQuickItem *item = preferredFocusItem())
-        item->forceActiveFocus();
+    Q_D(VTAInteractionView);
+    QQuickItem *item = preferredFocusItem();
+    if (!item)
+        return;
+    item->forceActiveFocus();
+    if (d->scrollView->isAncestorOf(item))
+        scrollIntoView(item);
+    else
+        d->scrollView->setProperty(
+            "contentY",
+            d->state == InteractionState::completed ? std::max<qreal>(0, contentOverflow()) : 0.0);
 }
 
-bool VTAInteractionView::moveAnswerFocus(int step)
+qreal VTAInteractionView::contentOverflow() const
 {
-    Q_D(VTAInteractionView);
-    QList<QQuickItem *> answers;
-    for (QQuickItem *answer : d->answerStack->childItems()) {
-        if (answer->isVisible() && answer->activeFocusOnTab())
-            answers.append(answer);
-    }
-    qsizetype current = -1;
-    for (qsizetype i = 0; i < answers.size(); ++i) {
-        if (answers[i]->hasActiveFocus())
-            current = i;
-    }
-    const qsizetype next = current + step;
-    if (current < 0 || next < 0 || next >= answers.size())
-        return false;
-    QQuickItem *answer = answers[next];
-    answer->forceActiveFocus();
-    // Keep the focused answer inside the scrolling area, as the platform's scroll views do.
-    const qreal top = d->answerStack->mapFromItem(answer, QPointF(0, 0)).y() + d->answerStack->y();
-    const qreal visible = d->scrollView->height();
-    const qreal contentY = d->scrollView->property("contentY").toReal();
-    if (top < contentY)
-        d->scrollView->setProperty("contentY", top);
-    else if (top + answer->height() > contentY + visible)
-        d->scrollView->setProperty("contentY", top + answer->height() - visible);
-    return true;
+    Q_D(const VTAInteractionView);
+    return d->scrollView->property("contentHeight").toReal() - d->scrollView->height();
 }
 
 void VTAInteractionView::keyPressEvent(QKeyEvent *event)
 {
-    int step = 0;
-    switch (event->key()) {
-    case Qt::Key_Up:
-    case Qt::Key_Left:
-        step = -1;
-        break;
-    case Qt::Key_Down:
-    case Qt::Key_Right:
-        step = 1;
-        break;
-    default:
-        break;
-    }
-    if (step != 0 && moveAnswerFocus(step)) {
+    Q_D(VTAInteractionView);
+    const std::optional<FocusDirection> direction = focusDirection(event->key());
+    if (direction && d->navigator.move(*direction)) {
+        // Out of the answers, the card shows its top: the question.
+        if (QQuickItem *focused = FocusNavigator::focusedControl(this);
+            focused && !d->scrollView->isAncestorOf(focused))
+            d->scrollView->setProperty("contentY", 0.0);
         event->accept();
         return;
     }

@@ -97,11 +97,10 @@ public:
     virtual Vantora::AnalyticsInfo getAnalyticsInfo() const;
     /// The control the remote should focus now.
     virtual QQuickItem *preferredFocusItem() const;
-    /// Gives the remote's focus to preferredFocusItem().
+    /// Gives the remote's focus to preferredFocusItem() and scrolls the card to it; to the end of
+    /// the card, where the result is, when the card is completed and the focus goes to the info
+    /// bar.
     void focusPreferredItem();
-    /// Moves the remote's focus `step` answers on in answerStack (negative: back), scrolling the
-    /// answer into view; false when the focus is on no answer or would leave the list.
-    bool moveAnswerFocus(int step);
 
     /// The layout's outlets, each an item with that objectName.
     VTAInfoView *infoView() const;
@@ -123,7 +122,8 @@ protected:
     void beginConfigure(const QString &identifier, qint64 time, bool answered);
     /// Binds the outlets; a subclass that overrides it calls it first.
     void componentComplete() override;
-    /// The remote's arrows move between the answers: up and left back, down and right on.
+    /// The remote's arrows move the focus to the nearest control that way, the info bar's buttons
+    /// included, as a TV's focus engine does; at an edge the key goes on to the host.
     void keyPressEvent(QKeyEvent *event) override;
     /// Called when the result is known; the cards mark their answers here.
     virtual void markDone() { }
@@ -132,6 +132,8 @@ protected:
 
 private:
     void tick();
+    /// How much taller the card's scrolling column is than its view.
+    qreal contentOverflow() const;
 
     std::unique_ptr<VTAInteractionViewPrivate> const d_ptr;
     Q_DECLARE_PRIVATE(VTAInteractionView)

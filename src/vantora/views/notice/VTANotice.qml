@@ -4,10 +4,10 @@ import Vantora.Toolkit
 
 // The result notice at the overlay's top right: the verdict symbol on the left, the verdict, the
 // points won and the viewer's answer beside it, later the total score in their place; a close
-// button in the corner.
+// button in the corner. It grows downwards to hold the whole of a long answer and question.
 VTANoticeBase {
     width: 760
-    height: 320
+    height: Math.max(320, verdict.height + 72)
 
     Rectangle {
         objectName: "mainContainer"
@@ -41,6 +41,7 @@ VTANoticeBase {
             height: parent.height - 2 * y
 
             Column {
+                id: verdict
                 anchors.verticalCenter: parent.verticalCenter
                 width: parent.width
                 spacing: 8
@@ -72,9 +73,7 @@ VTANoticeBase {
                     font.family: "Roboto"
                     font.pixelSize: 26
                     lineHeight: 1.1
-                    wrapMode: Text.WordWrap
-                    maximumLineCount: 3
-                    elide: Text.ElideRight
+                    wrapMode: Text.Wrap
                 }
             }
         }

@@ -3,7 +3,8 @@ import Vantora.Views
 import Vantora.Toolkit
 
 // One poll answer: a wide button and, once the viewer has voted or the poll has closed, the
-// answer's share as a bar filling the button from the left and as text on its right.
+// answer's share as a bar filling the button from the left and as text on its right, beside the
+// answer's text rather than over it.
 VTAPollAnswerViewBase {
     id: row
 
@@ -36,6 +37,9 @@ VTAPollAnswerViewBase {
         focusedBackgroundColor: "#1E88E5"
         selectedBackgroundColor: "#33FFFFFF"
         titleSize: 32
+        titleLines: 2
+        // The answer takes the room left of its statistics.
+        trailingInset: stats.visible ? stats.width + 16 : 0
     }
 
     Item {

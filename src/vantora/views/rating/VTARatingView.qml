@@ -13,16 +13,17 @@ VTARatingViewBase {
         anchors.fill: parent
     }
 
-    // On the card's body, so that a flipping promotion covers and dims it with the rest.
+    // Below the question in the card's column, so that a flipping promotion covers and dims it
+    // with the rest.
     Item {
         objectName: "resultContainer"
-        parent: frame.body
-        y: 440
-        width: frame.body.width
-        height: 360
+        parent: frame.content
+        width: frame.content.width
+        height: result.height + 48
         visible: false
 
         Column {
+            id: result
             anchors.centerIn: parent
             spacing: 20
 

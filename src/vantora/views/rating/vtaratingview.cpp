@@ -12,7 +12,6 @@
 #include "vantora/views/interactiondelegate_p.h"
 #include "vantora/views/viewslogging_p.h"
 
-#include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QQuickWindow>
@@ -316,45 +315,4 @@ void VTARatingView::applyDesign(const std::optional<DesignInfo> &design)
         for (QQuickItem *label : {d->outOfLabel, d->averageLabel, d->maxLabel})
             label->setProperty("color", *text);
     }
-}
-
-void VTARatingView::keyPressEvent(QKeyEvent *event)
-{
-    Q_D(VTARatingView);
-    // The remote moves along the steps, up to the info bar and back down.
-    const auto focused =
-        std::find_if(d->answerViews.cbegin(), d->answerViews.cend(),
-                     [](VTARatingAnswerView *row) { return row->hasActiveFocus(); });
-    const bool onStep = focused != d->answerViews.cend() && answerStack()->isVisible();
-    switch (event->key()) {
-    case Qt::Key_Left:
-    case Qt::Key_Right:
-        if (onStep) {
-            const qsizetype index = focused - d->answerViews.cbegin();
-            const qsizetype next = index + (event->key() == Qt::Key_Left ? -1 : 1);
-            if (next >= 0 && next < d->answerViews.size())
-                d->answerViews.at(next)->forceActiveFocus();
-            event->accept();
-            return;
-        }
-        break;
-    case Qt::Key_Up:
-        if (onStep && infoView()) {
-            infoView()->closeButton()->forceActiveFocus();
-            event->accept();
-            return;
-        }
-        break;
-    case Qt::Key_Down:
-        if (!onStep && infoView() && window()
-            && infoView()->isAncestorOf(window()->activeFocusItem())) {
-            focusPreferredItem();
-            event->accept();
-            return;
-        }
-        break;
-    default:
-        break;
-    }
-    VTAInteractionView::keyPressEvent(event);
 }

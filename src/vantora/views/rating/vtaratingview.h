@@ -77,7 +77,6 @@ public:
 protected:
     /// Binds the outlets; a subclass that overrides it calls it first.
     void componentComplete() override;
-    void keyPressEvent(QKeyEvent *event) override;
     /// Hooks for a host's subclass: after the viewer rated, and after configure().
     virtual void didAnswerRating() { }
     virtual void didLoadRating() { }

@@ -30,20 +30,25 @@ VTATriviaAnswerViewBase {
     Item {
         anchors.fill: button
         scale: button.scale
+        clip: true
 
+        // The picture at its own size (at most 40 px high, see the row's code), shrunk to fit.
         Item {
             id: imageColumn
             objectName: "imageColumn"
             x: 28
-            width: 60
+            width: picture.width + 20
             height: parent.height
             clip: true
 
             ImageView {
+                id: picture
                 objectName: "imageView"
                 anchors.verticalCenter: parent.verticalCenter
-                width: 40
-                height: 40
+                readonly property real fit: implicitWidth > 0 && implicitHeight > 0
+                    ? Math.min(1, row.width * 0.3 / implicitWidth, 56 / implicitHeight) : 0
+                width: implicitWidth * fit
+                height: implicitHeight * fit
             }
         }
 
@@ -55,7 +60,7 @@ VTATriviaAnswerViewBase {
             anchors.verticalCenter: parent.verticalCenter
             elide: Text.ElideRight
             maximumLineCount: 2
-            wrapMode: Text.WordWrap
+            wrapMode: Text.Wrap
             color: "white"
             font.family: "Roboto"
             font.pixelSize: 34

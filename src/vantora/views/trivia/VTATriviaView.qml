@@ -14,11 +14,9 @@ VTATriviaViewBase {
 
     Column {
         objectName: "resultContainer"
-        parent: frame.body
-        x: 48
-        y: 420
-        width: frame.body.width - 96
-        spacing: 48
+        parent: frame.content
+        width: frame.content.width
+        spacing: 40
         visible: false
 
         Column {
@@ -31,7 +29,7 @@ VTATriviaViewBase {
             objectName: "resultLabel"
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.WordWrap
+            wrapMode: Text.Wrap
             lineHeight: 1.15
             color: "white"
             font.family: "Roboto"
