@@ -38,3 +38,4 @@ bool toolkitScenes(Gallery &gallery);
 bool cardScenes(Gallery &gallery);
 bool triviaPollScenes(Gallery &gallery);
 bool ratingNoticeScenes(Gallery &gallery);
+bool extremeScenes(const QString &folder);

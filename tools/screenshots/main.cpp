@@ -1,7 +1,8 @@
 // Renders the library's views offscreen, in each of their states, to PNG files at television size,
 // so that their looks can be reviewed without a television.
 //
-//   vantora-screenshots <folder>
+//   vantora-screenshots <folder>             every view in each of its states, at 1080p
+//   vantora-screenshots --extreme <folder>   the cards with extreme content at 720p, 1080p, 2160p
 
 #include "gallery.h"
 
@@ -129,15 +130,19 @@ int main(int argc, char *argv[])
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: vantora-screenshots <folder>\n");
+    const bool extreme = argc == 3 && qstrcmp(argv[1], "--extreme") == 0;
+    if (argc != 2 && !extreme) {
+        std::fprintf(stderr, "usage: vantora-screenshots [--extreme] <folder>\n");
         return 2;
     }
-    if (!QDir().mkpath(QString::fromLocal8Bit(argv[1]))) {
-        std::fprintf(stderr, "cannot create %s\n", argv[1]);
+    const char *folder = argv[argc - 1];
+    if (!QDir().mkpath(QString::fromLocal8Bit(folder))) {
+        std::fprintf(stderr, "cannot create %s\n", folder);
         return 1;
     }
-    Gallery gallery(QString::fromLocal8Bit(argv[1]));
+    if (extreme)
+        return extremeScenes(QString::fromLocal8Bit(folder)) ? 0 : 1;
+    Gallery gallery(QString::fromLocal8Bit(folder));
     bool ok = true;
     for (auto scenes : {toolkitScenes, cardScenes, triviaPollScenes, ratingNoticeScenes})
         ok = scenes(gallery) && ok;

@@ -206,12 +206,18 @@ void scrollIntoView(QQuickItem *item, qreal margin)
             ->mapRectToItem(content, QRectF(item->x(), item->y(), item->width(), item->height()))
             .adjusted(0, -margin, 0, margin);
     const qreal visible = scroll->height();
-    const qreal furthest = std::max<qreal>(0, scroll->property("contentHeight").toReal() - visible);
-    qreal contentY = scroll->property("contentY").toReal();
+    const qreal contentY = scroll->property("contentY").toReal();
     if (rect.top() < contentY)
-        contentY = rect.top();
+        scrollTo(scroll, rect.top());
     else if (rect.bottom() > contentY + visible)
-        contentY = rect.bottom() - visible;
+        scrollTo(scroll, rect.bottom() - visible);
+}
+
+void scrollTo(QQuickItem *scroll, qreal contentY)
+{
+    layOutNow(scroll);
+    const qreal furthest =
+        std::max<qreal>(0, scroll->property("contentHeight").toReal() - scroll->height());
     scroll->setProperty("contentY", std::clamp<qreal>(contentY, 0, furthest));
 }
 

@@ -54,5 +54,7 @@ private:
 /// Scrolls the nearest scrolling ancestor (a Flickable) of `item` as little as it takes to show
 /// `item` whole, with `margin` pixels around it for a focused control to grow into.
 void scrollIntoView(QQuickItem *item, qreal margin = 8);
+/// Scrolls a Flickable to `contentY`, kept within its content (infinity: to the end).
+void scrollTo(QQuickItem *scroll, qreal contentY);
 
 } // namespace Vantora

@@ -123,19 +123,22 @@ Item {
 
         // The question as it would wrap at the larger sizes, measured but never drawn.
         component Measure: Text {
+            required property Text measured
             visible: false
-            width: title.width
-            text: title.text
-            wrapMode: title.wrapMode
-            font.family: title.font.family
-            font.weight: title.font.weight
+            width: measured.width
+            text: measured.text
+            wrapMode: measured.wrapMode
+            font.family: measured.font.family
+            font.weight: measured.font.weight
         }
         Measure {
             id: fullSize
+            measured: title
             font.pixelSize: 44
         }
         Measure {
             id: smaller
+            measured: title
             font.pixelSize: 38
         }
     }

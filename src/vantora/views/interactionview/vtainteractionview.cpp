@@ -19,6 +19,8 @@
 
 #include <QKeyEvent>
 
+#include <limits>
+
 Q_LOGGING_CATEGORY(Vantora::lcViews, "vantora.views", QtInfoMsg)
 
 using namespace Vantora;
@@ -59,6 +61,7 @@ public:
     bool isClosing = false;
     qint64 tag = 0;
     Vantora::FocusNavigator navigator;
+    bool showsEnd = false; ///< the column is kept scrolled to its end, where the result is
 
     explicit VTAInteractionViewPrivate(QQuickItem *card) : navigator(card) { }
 };
@@ -206,6 +209,12 @@ void VTAInteractionView::componentComplete()
         .bind(d->promotionFlipContainer, "promotionFlipContainer")
         .bind(d->scrollView, "scrollView")
         .bindOptional(d->promotionFlipHolder, "promotionFlipHolder");
+    // A picture that arrives, a result that replaces the answers: what was in view stays there.
+    if (auto *content = d->scrollView->property("contentItem").value<QQuickItem *>()) {
+        for (QQuickItem *column : content->childItems())
+            connect(column, &QQuickItem::heightChanged, this, &VTAInteractionView::followContent,
+                    Qt::QueuedConnection);
+    }
     d->infoView = createInfo();
     if (!d->infoView)
         return;
@@ -439,18 +448,19 @@ void VTAInteractionView::focusPreferredItem()
     if (!item)
         return;
     item->forceActiveFocus();
-    if (d->scrollView->isAncestorOf(item))
-        scrollIntoView(item);
-    else
-        d->scrollView->setProperty(
-            "contentY",
-            d->state == InteractionState::completed ? std::max<qreal>(0, contentOverflow()) : 0.0);
+    // The question on an open card, the result on a completed one.
+    d->showsEnd = d->state == InteractionState::completed;
+    followContent();
 }
 
-qreal VTAInteractionView::contentOverflow() const
+void VTAInteractionView::followContent()
 {
-    Q_D(const VTAInteractionView);
-    return d->scrollView->property("contentHeight").toReal() - d->scrollView->height();
+    Q_D(VTAInteractionView);
+    QQuickItem *focused = FocusNavigator::focusedControl(this);
+    if (focused && d->scrollView->isAncestorOf(focused))
+        scrollIntoView(focused);
+    else
+        scrollTo(d->scrollView, d->showsEnd ? std::numeric_limits<qreal>::infinity() : 0.0);
 }
 
 void VTAInteractionView::keyPressEvent(QKeyEvent *event)
@@ -459,9 +469,8 @@ void VTAInteractionView::keyPressEvent(QKeyEvent *event)
     const std::optional<FocusDirection> direction = focusDirection(event->key());
     if (direction && d->navigator.move(*direction)) {
         // Out of the answers, the card shows its top: the question.
-        if (QQuickItem *focused = FocusNavigator::focusedControl(this);
-            focused && !d->scrollView->isAncestorOf(focused))
-            d->scrollView->setProperty("contentY", 0.0);
+        d->showsEnd = false;
+        followContent();
         event->accept();
         return;
     }

@@ -132,8 +132,8 @@ protected:
 
 private:
     void tick();
-    /// How much taller the card's scrolling column is than its view.
-    qreal contentOverflow() const;
+    /// Keeps the focused answer, or the column's top or end, in view.
+    void followContent();
 
     std::unique_ptr<VTAInteractionViewPrivate> const d_ptr;
     Q_DECLARE_PRIVATE(VTAInteractionView)
