@@ -238,17 +238,6 @@ TEST_F(CardTest, theDesignColoursTextsAndButtonsAndLoadsImages)
     EXPECT_EQ(card->mainIcon()->image().pixelColor(1, 1), QColor(Qt::yellow));
 }
 
-TEST_F(CardTest, theInfoBarsButtonsGrowLessThanAnswers)
-{
-    for (FocusTvButton *button :
-         {card->infoView()->accountButton(), card->infoView()->closeButton()}) {
-        EXPECT_DOUBLE_EQ(button->focusedScaleFactor, 1.08);
-        button->forceActiveFocus();
-        clock.advanceBy(1s);
-        EXPECT_DOUBLE_EQ(button->scale(), 1.08);
-    }
-}
-
 TEST_F(CardTest, aDisplayPromotionSlidesInBesideTheCard)
 {
     backend->answer(QStringLiteral("/promotions/acme.png"), {200, png(Qt::green), {}});
