@@ -6,6 +6,7 @@
 #include "extremecards.h"
 #include "vantora/toolkit/imageview_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
+#include <vantora/views/interactionview/vtainteractionview.h>
 
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -200,14 +201,6 @@ std::optional<Way> wayTo(const QRectF &from, const QRectF &to, Arrow arrow)
     return Way{std::max<qreal>(gaps[arrow], 0), inLine};
 }
 
-// Positioners place their children when the next frame is drawn; the test looks without one.
-void layOut(QQuickItem *item)
-{
-    for (QQuickItem *child : item->childItems())
-        layOut(child);
-    item->ensurePolished();
-}
-
 class Stage
 {
 public:
@@ -221,13 +214,7 @@ public:
         stage.setSize({design.width, design.height});
         window.show();
     }
-    QQuickItem *show(const Extreme::Scene &scene)
-    {
-        QQuickItem *view = scene.make(&stage);
-        clock.advanceBy(scene.settle);
-        layOut(view);
-        return view;
-    }
+    QQuickItem *show(const Extreme::Scene &scene) { return Extreme::play(scene, &stage, clock); }
 
     VirtualTimeScheduler clock;
     QQuickWindow window;
@@ -269,6 +256,16 @@ TEST_P(LayoutTest, everythingIsWholeApartAndOnTheCard)
                     << qPrintable(describe(seen[i].item)) << " lies over "
                     << qPrintable(describe(seen[j].item));
             }
+        }
+        // A card the viewer has answered shows its result, which ends its column.
+        if (auto *card = qobject_cast<VTAInteractionView *>(view);
+            card && card->state() == InteractionState::completed) {
+            const QQuickItem *scroll = card->scrollView();
+            EXPECT_NEAR(
+                scroll->property("contentY").toReal(),
+                std::max<qreal>(0, scroll->property("contentHeight").toReal() - scroll->height()),
+                slack)
+                << "the result is out of sight";
         }
         if (QQuickItem *focused = focusedOf(view)) {
             const OnScreen where = onScreen(focused, focused->boundingRect());

@@ -4,12 +4,14 @@
 #include "vantora/service/vtaservicemanager_p.h"
 #include "vantora/toolkit/scheduler_p.h"
 #include "vantora/toolkit/viewloader_p.h"
+#include "vantora/toolkit/virtualtimescheduler_p.h"
 #include <vantora/views/notice/vtanotice.h>
 #include <vantora/views/poll/vtapollview.h>
 #include <vantora/views/rating/vtaratingview.h>
 #include <vantora/views/trivia/vtatriviaview.h>
 
 #include <QBuffer>
+#include <QCoreApplication>
 #include <QImage>
 #include <QPainter>
 #include <QQuickItem>
@@ -274,6 +276,32 @@ QList<Scene> scenes()
         all.append(ratingScene(steps, false));
     all.append(ratingScene(6, true));
     return all;
+}
+
+namespace {
+
+// What a frame does before it draws: positioners place their children, children first.
+void layOut(QQuickItem *item)
+{
+    const QList<QQuickItem *> children = item->childItems();
+    for (QQuickItem *child : children)
+        layOut(child);
+    item->ensurePolished();
+}
+
+} // namespace
+
+QQuickItem *play(const Scene &scene, QQuickItem *stage, VirtualTimeScheduler &clock)
+{
+    constexpr std::chrono::milliseconds frame{16};
+    QQuickItem *view = scene.make(stage);
+    for (std::chrono::milliseconds played{0}; played < scene.settle; played += frame) {
+        clock.advanceBy(frame);
+        layOut(view);
+        QCoreApplication::sendPostedEvents();
+    }
+    layOut(view);
+    return view;
 }
 
 Stage stageFor(qreal width, qreal height)

@@ -8,6 +8,10 @@
 
 class QQuickItem;
 
+namespace Vantora {
+class VirtualTimeScheduler;
+}
+
 namespace Vantora::Extreme {
 
 /// One card or notice with the content real broadcasters write: long answers, six of them, long
@@ -28,6 +32,10 @@ void servePictures();
 
 /// Every scene, in a stable order.
 QList<Scene> scenes();
+
+/// Puts `scene` on `stage` and plays it for its settle time in frames, as a window would: each
+/// frame advances `clock`, lays the items out and delivers what that set off. Returns the view.
+QQuickItem *play(const Scene &scene, QQuickItem *stage, VirtualTimeScheduler &clock);
 
 /// The design size of the overlay's stage for a player of `width` × `height` pixels, and the
 /// scale from it to the player: the overlay's own rule, 1080 lines and room for a whole card.

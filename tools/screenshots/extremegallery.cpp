@@ -28,8 +28,7 @@ bool extremeScenes(const QString &folder)
             stage.setScale(design.scale);
             stage.setSize({design.width, design.height});
             window.show();
-            scene.make(&stage);
-            clock.advanceBy(scene.settle);
+            Extreme::play(scene, &stage, clock);
             const QString file =
                 out.filePath(QStringLiteral("%1p-%2.png").arg(size.height()).arg(scene.name));
             const bool saved = window.grabWindow().save(file);
