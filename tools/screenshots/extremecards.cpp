@@ -2,6 +2,7 @@
 
 #include "vantora/service/transport_p.h"
 #include "vantora/service/vtaservicemanager_p.h"
+#include "vantora/toolkit/focusnavigation_p.h"
 #include "vantora/toolkit/scheduler_p.h"
 #include "vantora/toolkit/viewloader_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
@@ -278,29 +279,16 @@ QList<Scene> scenes()
     return all;
 }
 
-namespace {
-
-// What a frame does before it draws: positioners place their children, children first.
-void layOut(QQuickItem *item)
-{
-    const QList<QQuickItem *> children = item->childItems();
-    for (QQuickItem *child : children)
-        layOut(child);
-    item->ensurePolished();
-}
-
-} // namespace
-
 QQuickItem *play(const Scene &scene, QQuickItem *stage, VirtualTimeScheduler &clock)
 {
     constexpr std::chrono::milliseconds frame{16};
     QQuickItem *view = scene.make(stage);
     for (std::chrono::milliseconds played{0}; played < scene.settle; played += frame) {
         clock.advanceBy(frame);
-        layOut(view);
+        layOutNow(view);
         QCoreApplication::sendPostedEvents();
     }
-    layOut(view);
+    layOutNow(view);
     return view;
 }
 

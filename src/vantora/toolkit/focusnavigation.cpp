@@ -18,16 +18,6 @@ bool isScrolling(const QQuickItem *item)
     return item->inherits("QQuickFlickable");
 }
 
-// Positioners (Column, Flow) place their children at the next frame; the remote's move and the
-// scrolling need the places now. Children first, so that a column sees its rows' final sizes.
-void layOutNow(QQuickItem *item)
-{
-    const QList<QQuickItem *> children = item->childItems();
-    for (QQuickItem *child : children)
-        layOutNow(child);
-    item->ensurePolished();
-}
-
 void collectControls(QQuickItem *item, QQuickItem *scope, QList<QQuickItem *> &found)
 {
     if (!item->isVisible() || !item->isEnabled())
@@ -84,6 +74,14 @@ Distance distance(const QRectF &from, const QRectF &to, FocusDirection direction
 }
 
 } // namespace
+
+void layOutNow(QQuickItem *item)
+{
+    const QList<QQuickItem *> children = item->childItems();
+    for (QQuickItem *child : children)
+        layOutNow(child);
+    item->ensurePolished();
+}
 
 std::optional<FocusDirection> focusDirection(int key)
 {

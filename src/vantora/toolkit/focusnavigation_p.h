@@ -51,6 +51,10 @@ private:
     QPointer<QQuickItem> m_upAt; ///< where focus is while Down may return there
 };
 
+/// Lays `item` and everything under it out now, as the next frame would: positioners (Column,
+/// Flow) place their children only then, and the remote's move and the scrolling need the places
+/// at once. Children first, so that a column sees its rows' final sizes.
+void layOutNow(QQuickItem *item);
 /// Scrolls the nearest scrolling ancestor (a Flickable) of `item` as little as it takes to show
 /// `item` whole, with `margin` pixels around it for a focused control to grow into.
 void scrollIntoView(QQuickItem *item, qreal margin = 8);
