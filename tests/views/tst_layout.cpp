@@ -5,17 +5,15 @@
 
 #include "extremecards.h"
 #include "vantora/toolkit/imageview_p.h"
-#include "vantora/toolkit/virtualtimescheduler_p.h"
 #include <vantora/views/interactionview/vtainteractionview.h>
 
 #include <QQuickItem>
-#include <QQuickWindow>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <memory>
+#include <map>
 #include <set>
 
 using namespace Vantora;
@@ -201,26 +199,6 @@ std::optional<Way> wayTo(const QRectF &from, const QRectF &to, Arrow arrow)
     return Way{std::max<qreal>(gaps[arrow], 0), inLine};
 }
 
-class Stage
-{
-public:
-    explicit Stage(QSize player)
-    {
-        window.resize(player);
-        const Extreme::Stage design = Extreme::stageFor(player.width(), player.height());
-        stage.setParentItem(window.contentItem());
-        stage.setTransformOrigin(QQuickItem::TopLeft);
-        stage.setScale(design.scale);
-        stage.setSize({design.width, design.height});
-        window.show();
-    }
-    QQuickItem *show(const Extreme::Scene &scene) { return Extreme::play(scene, &stage, clock); }
-
-    VirtualTimeScheduler clock;
-    QQuickWindow window;
-    QQuickItem stage;
-};
-
 } // namespace
 
 namespace Vantora::Extreme {
@@ -242,8 +220,8 @@ TEST_P(LayoutTest, everythingIsWholeApartAndOnTheCard)
 {
     for (const QSize player : {QSize(1280, 720), QSize(1920, 1080), QSize(3840, 2160)}) {
         SCOPED_TRACE(player.height());
-        Stage stage(player);
-        QQuickItem *view = stage.show(GetParam());
+        Extreme::Player shown(player);
+        QQuickItem *view = shown.play(GetParam());
 
         const QRectF screen(QPointF(), player);
         EXPECT_TRUE(screen.contains(view->mapRectToScene(view->boundingRect())));
@@ -285,8 +263,8 @@ TEST_P(LayoutTest, eachArrowReachesTheNearestControlThatWay)
     std::map<qsizetype, std::set<qsizetype>> reaches;
     qsizetype start = -1;
     for (qsizetype from = 0; from < count; ++from) {
-        Stage stage(QSize(1920, 1080));
-        QQuickItem *view = stage.show(GetParam());
+        Extreme::Player shown(QSize(1920, 1080));
+        QQuickItem *view = shown.play(GetParam());
         const QList<QQuickItem *> controls = controlsOf(view);
         ASSERT_FALSE(controls.isEmpty());
         count = controls.size();
@@ -299,7 +277,7 @@ TEST_P(LayoutTest, eachArrowReachesTheNearestControlThatWay)
                              .arg(QLatin1StringView(names[arrow]), describe(origin))
                              .toStdString());
             origin->forceActiveFocus();
-            QTest::keyClick(&stage.window, keys[arrow]);
+            QTest::keyClick(&shown.window, keys[arrow]);
             QQuickItem *reached = focusedOf(view);
             ASSERT_NE(reached, nullptr) << "the focus left the card's controls";
 
@@ -328,7 +306,7 @@ TEST_P(LayoutTest, eachArrowReachesTheNearestControlThatWay)
                             .contains(whole))
                 << "the control reached is out of sight";
             if (arrow == up) {
-                QTest::keyClick(&stage.window, Qt::Key_Down);
+                QTest::keyClick(&shown.window, Qt::Key_Down);
                 EXPECT_EQ(focusedOf(view), origin) << "Down after Up went elsewhere";
             }
         }

@@ -5,7 +5,6 @@
 #include "vantora/toolkit/focusnavigation_p.h"
 #include "vantora/toolkit/scheduler_p.h"
 #include "vantora/toolkit/viewloader_p.h"
-#include "vantora/toolkit/virtualtimescheduler_p.h"
 #include <vantora/views/notice/vtanotice.h>
 #include <vantora/views/poll/vtapollview.h>
 #include <vantora/views/rating/vtaratingview.h>
@@ -15,7 +14,6 @@
 #include <QCoreApplication>
 #include <QImage>
 #include <QPainter>
-#include <QQuickItem>
 
 #include <algorithm>
 
@@ -279,10 +277,23 @@ QList<Scene> scenes()
     return all;
 }
 
-QQuickItem *play(const Scene &scene, QQuickItem *stage, VirtualTimeScheduler &clock)
+Player::Player(QSize size)
+{
+    window.resize(size);
+    window.setColor(QColor(0x10, 0x14, 0x1C));
+    // The overlay's rule: 1080 lines, and room for a whole card across.
+    const qreal scale = std::min(size.height() / 1080.0, size.width() / 1240.0);
+    stage.setParentItem(window.contentItem());
+    stage.setTransformOrigin(QQuickItem::TopLeft);
+    stage.setScale(scale);
+    stage.setSize(QSizeF(size) / scale);
+    window.show();
+}
+
+QQuickItem *Player::play(const Scene &scene)
 {
     constexpr std::chrono::milliseconds frame{16};
-    QQuickItem *view = scene.make(stage);
+    QQuickItem *view = scene.make(&stage);
     for (std::chrono::milliseconds played{0}; played < scene.settle; played += frame) {
         clock.advanceBy(frame);
         layOutNow(view);
@@ -290,12 +301,6 @@ QQuickItem *play(const Scene &scene, QQuickItem *stage, VirtualTimeScheduler &cl
     }
     layOutNow(view);
     return view;
-}
-
-Stage stageFor(qreal width, qreal height)
-{
-    const qreal scale = width > 0 && height > 0 ? std::min(height / 1080, width / 1240) : 1;
-    return {width / scale, height / scale, scale};
 }
 
 } // namespace Vantora::Extreme

@@ -1,16 +1,14 @@
 #pragma once
 
+#include "vantora/toolkit/virtualtimescheduler_p.h"
+
 #include <QList>
+#include <QQuickItem>
+#include <QQuickWindow>
 #include <QString>
 
 #include <chrono>
 #include <functional>
-
-class QQuickItem;
-
-namespace Vantora {
-class VirtualTimeScheduler;
-}
 
 namespace Vantora::Extreme {
 
@@ -33,18 +31,20 @@ void servePictures();
 /// Every scene, in a stable order.
 QList<Scene> scenes();
 
-/// Puts `scene` on `stage` and plays it for its settle time in frames, as a window would: each
-/// frame advances `clock`, lays the items out and delivers what that set off. Returns the view.
-QQuickItem *play(const Scene &scene, QQuickItem *stage, VirtualTimeScheduler &clock);
-
-/// The design size of the overlay's stage for a player of `width` × `height` pixels, and the
-/// scale from it to the player: the overlay's own rule, 1080 lines and room for a whole card.
-struct Stage
+/// A TV player's window of a given size in virtual time, with the overlay's stage on it: 1080
+/// design lines scaled to the window, with room for a whole card.
+class Player
 {
-    qreal width;
-    qreal height;
-    qreal scale;
+public:
+    explicit Player(QSize size);
+
+    /// Puts `scene` on the stage and plays it for its settle time in frames, as a window would:
+    /// each frame advances the clock, lays the items out and delivers what that set off.
+    QQuickItem *play(const Scene &scene);
+
+    VirtualTimeScheduler clock;
+    QQuickWindow window;
+    QQuickItem stage;
 };
-Stage stageFor(qreal width, qreal height);
 
 } // namespace Vantora::Extreme

@@ -3,8 +3,6 @@
 #include "extremecards.h"
 #include "gallery.h"
 
-#include <QQuickItem>
-
 #include <cstdio>
 
 using namespace Vantora;
@@ -18,23 +16,13 @@ bool extremeScenes(const QString &folder)
     bool ok = true;
     for (const QSize size : {QSize(1280, 720), QSize(1920, 1080), QSize(3840, 2160)}) {
         for (const Extreme::Scene &scene : Extreme::scenes()) {
-            VirtualTimeScheduler clock;
-            QQuickWindow window;
-            window.resize(size);
-            window.setColor(QColor(0x10, 0x14, 0x1C));
-            const Extreme::Stage design = Extreme::stageFor(size.width(), size.height());
-            QQuickItem stage(window.contentItem());
-            stage.setTransformOrigin(QQuickItem::TopLeft);
-            stage.setScale(design.scale);
-            stage.setSize({design.width, design.height});
-            window.show();
-            Extreme::play(scene, &stage, clock);
+            Extreme::Player player(size);
+            player.play(scene);
             const QString file =
                 out.filePath(QStringLiteral("%1p-%2.png").arg(size.height()).arg(scene.name));
-            const bool saved = window.grabWindow().save(file);
+            const bool saved = player.window.grabWindow().save(file);
             std::printf("%s %s\n", saved ? "wrote" : "could not write", qPrintable(file));
             ok = saved && ok;
-            qDeleteAll(stage.childItems());
         }
     }
     return ok;
