@@ -414,6 +414,10 @@ TEST_F(PusherClientTest, onlyBoundEventsOfWantedChannelsArriveWithTheirRawDataTe
     const QString raw = u"{\"poll\":{\"_id\":{\"$id\":\"é\\\"x\"}}, \"n\": 1.50}"_s;
     server.send(0, frame(u"live"_s, raw));
     server.send(0, frame(u"live"_s, u"a\u0000b"_s));
+    // JSON has no integer limit; a member nobody reads is ignored whatever it holds.
+    server.send(0,
+                QByteArray(R"({"event":"live","channel":"CH_42","data":"big","n":1)")
+                    + QByteArray(30, '0') + '}');
     server.send(0, frame(u"live"_s, u"x"_s, u"CH_43"_s));
     server.send(0, frame(u"live"_s, u"x"_s, std::nullopt));
     server.send(0, frame(u"unbound"_s, u"x"_s));
@@ -435,7 +439,8 @@ TEST_F(PusherClientTest, onlyBoundEventsOfWantedChannelsArriveWithTheirRawDataTe
     sendThenMark({});
 
     EXPECT_EQ(delivered,
-              (QStringList{raw, u"a\u0000b"_s, u"(no data)"_s, u"(no data)"_s, u"(no data)"_s}));
+              (QStringList{raw, u"a\u0000b"_s, u"big"_s, u"(no data)"_s, u"(no data)"_s,
+                           u"(no data)"_s}));
     EXPECT_EQ(replaced, QStringList{});
     EXPECT_EQ(server.count(), 1);
     EXPECT_FALSE(server.connection(0).closed);

@@ -256,6 +256,14 @@ TEST(PusherHelperPayloads, eachPayloadBecomesItsCallOrIsDroppedWithItsReason)
          u"injectPoll"_s,
          uR"({"smartTV":true,"timeToStay":45.0,"poll":)"_s + *text(pollJson(u"P1"_s)) + u"}"_s,
          {u"poll P1 "_s + options(u"45"_s)}},
+        // JSON has no integer limit: one beyond 64 bits reads as a float, so an option takes
+        // its default and a key nobody reads is ignored.
+        {"options beyond 64 bits",
+         u"injectPoll"_s,
+         uR"({"smartTV":true,"timeToStay":100000000000000000000,"starting_time":)"
+         uR"(-100000000000000000000,"n":1)"_s
+             + QString(400, u'0') + u",\"poll\":"_s + *text(pollJson(u"P1"_s)) + u"}"_s,
+         {u"poll P1 "_s + options(u"30"_s)}},
         {"timeToStay fraction",
          u"injectPoll"_s,
          text(with(bare, u"timeToStay"_s, 45.5)),

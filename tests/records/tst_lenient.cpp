@@ -32,6 +32,8 @@ TEST(Lenient, everyScalarBecomesText)
         {"1e20", "1e+20"},
         {"9223372036854775807", "9223372036854775807"},
         {"9223372036854775808", "9.223372036854776e+18"},
+        {"100000000000000000000", "1e+20"}, // beyond 64 bits: the nearest float
+        {"-100000000000000000000", "-1e+20"},
         {"true", "true"},
         {"false", "false"},
         {"\"\"", ""},
@@ -48,6 +50,8 @@ TEST(Lenient, everyScalarBecomesText)
         SCOPED_TRACE(row.json);
         EXPECT_EQ(decodeOrFail<RelaxedString>(row.json).value, QString::fromUtf8(row.expected));
     }
+    EXPECT_EQ(decodeOrFail<RelaxedString>('1' + QByteArray(399, '0')).value, QString())
+        << "beyond every float: no value, as null";
 }
 
 TEST(Lenient, optionalMembersAreAbsentWhenMissingOrNullOnly)

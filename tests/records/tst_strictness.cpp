@@ -77,6 +77,7 @@ TEST(Strictness, scheduleRecordsAreDeliberatelyAsymmetric)
 
 TEST(Strictness, integersAreWholeNumbersInTheSigned64BitRange)
 {
+    const std::string fourHundredDigits = '1' + std::string(399, '0');
     const auto clockAt = [](const char *time) {
         return QByteArray(
                    R"({"id":1,"close_post_interaction":true,"module":"m","timeToStay":"1","isPause":false,"time":)")
@@ -98,6 +99,9 @@ TEST(Strictness, integersAreWholeNumbersInTheSigned64BitRange)
         {"9.223372036854775808e18", "time: integer out of 64-bit range"}, // exactly 2^63
         {"-9.223372036854775808e18", "ok"},
         {"9.3e18", "time: integer out of 64-bit range"},
+        {"100000000000000000000", "time: integer out of 64-bit range"}, // JSON has no limit
+        {"-100000000000000000000", "time: integer out of 64-bit range"},
+        {fourHundredDigits.c_str(), "time: expected integer, got null"}, // beyond every float
         {"42.5", "time: expected integer, got fraction"},
         {"true", "time: expected integer, got boolean"},
         {"\"42\"", "time: expected integer, got string"},
@@ -265,9 +269,20 @@ TEST(Strictness, documentLevelFailures)
         {"no bytes at all", QByteArray(), "invalid JSON ("},
         {"truncated", R"({"status":"o)", "invalid JSON ("},
         {"trailing garbage", R"({"status":"ok"} x)", "invalid JSON ("},
-        {"integer beyond 64 bits", R"({"status":"ok","n":100000000000000000000})",
-         "invalid JSON ("},
         {"invalid UTF-8", "{\"status\":\"\xff\"}", "invalid JSON ("},
+        // An integer beyond 64 bits is read again; what is wrong beside it still is.
+        {"big integer, then no comma", R"({"status":"ok","n":100000000000000000000 "m":1})",
+         "invalid JSON ("},
+        {"big integer, then garbage", R"({"status":"ok","n":100000000000000000000} x)",
+         "invalid JSON ("},
+        {"big integer with a leading zero", R"({"status":"ok","n":0100000000000000000000})",
+         "invalid JSON ("},
+        {"big integer with a plus sign", R"({"status":"ok","n":+100000000000000000000})",
+         "invalid JSON ("},
+        {"big integer beside 1e400", R"({"status":"ok","n":100000000000000000000,"m":1e400})",
+         "invalid JSON ("},
+        {"a sign alone beside a big integer", R"({"status":"ok","n":100000000000000000000,"m":-})",
+         "invalid JSON ("},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
@@ -275,6 +290,30 @@ TEST(Strictness, documentLevelFailures)
             outcome<AnalyticsResponse>(row.json).startsWith(QLatin1StringView(row.messageStart)))
             << qPrintable(outcome<AnalyticsResponse>(row.json));
     }
+}
+
+TEST(Strictness, anIntegerBeyond64BitsIsTheNearestFloat)
+{
+    const QByteArray huge = '1' + QByteArray(399, '0');
+    for (const QByteArray &number :
+         {QByteArray("100000000000000000000"), QByteArray("-100000000000000000000"), huge}) {
+        SCOPED_TRACE(number.left(24).constData());
+        EXPECT_EQ(outcome<AnalyticsResponse>(R"({"status":"ok","n":)" + number + "}"), u"ok")
+            << "a key nobody reads";
+    }
+    const auto points = [](const QByteArray &number) {
+        return outcome<AnswerPollResponse>(
+                   R"({"answer":{"userId":"u","questionId":"q","answer":"a","channelId":"c",)"
+                   R"("isAnswered":true,"expoints_given":)"
+                   + number + "}}")
+            .toStdString();
+    };
+    EXPECT_EQ(points("100000000000000000000"), "ok");
+    EXPECT_EQ(points(huge), "answer.expoints_given: expected number, got null");
+    const QByteArray reply = R"({"answer":{"userId":"u","questionId":"q","answer":"a",)"
+                             R"("channelId":"c","isAnswered":true,"expoints_given":)"
+                             "-100000000000000000000}}";
+    EXPECT_EQ(TestSupport::decodeOrFail<AnswerPollResponse>(reply).answer.expoints_given, -1e20);
 }
 
 TEST(Strictness, unknownKeysAreIgnoredAndTheFirstOfARepeatedKeyCounts)

@@ -119,6 +119,8 @@ TEST_F(NetworkTest, getsChannelListsAndImagesAndReportsEmptyReplies)
     ASSERT_NE(get, received.cend());
     EXPECT_EQ(get->method, QHttpServerRequest::Method::Get);
     EXPECT_TRUE(get->body.isEmpty());
+    EXPECT_TRUE(get->contentLength.isEmpty()) << "a GET announces no body";
+    EXPECT_TRUE(get->contentType.isEmpty());
 }
 
 TEST_F(NetworkTest, aRefusedConnectionIsATransportError)

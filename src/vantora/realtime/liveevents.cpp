@@ -155,8 +155,7 @@ std::optional<LiveEvent> readLiveEvent(QStringView name, const std::optional<QSt
         return drop(name, QStringLiteral("invalid JSON: empty text"));
     const QByteArray utf8 = data->toUtf8();
     element root;
-    if (const auto error =
-            payloadParser().parse(utf8.constData(), static_cast<size_t>(utf8.size())).get(root);
+    if (const auto error = Json::parseDocument(payloadParser(), utf8, root);
         error != simdjson::SUCCESS)
         return drop(name, u"invalid JSON: "_s + QLatin1StringView(simdjson::error_message(error)));
     object payload;

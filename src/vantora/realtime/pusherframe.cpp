@@ -1,5 +1,7 @@
 #include "vantora/realtime/pusherframe_p.h"
 
+#include "vantora/records/jsondecoder_p.h"
+
 #include <QJsonDocument>
 
 #include <simdjson.h>
@@ -49,8 +51,7 @@ bool parseObject(QByteArrayView utf8, simdjson::dom::object &object)
     if (utf8.isEmpty()) // not JSON; and simdjson would copy from a null pointer
         return false;
     element root;
-    if (frameParser().parse(utf8.data(), static_cast<size_t>(utf8.size())).get(root)
-        != simdjson::SUCCESS)
+    if (Json::parseDocument(frameParser(), utf8, root) != simdjson::SUCCESS)
         return false;
     return root.get(object) == simdjson::SUCCESS;
 }

@@ -65,6 +65,12 @@ private:
 /// The parser of the calling thread, reused so its buffers are allocated once.
 simdjson::dom::parser &threadParser();
 
+/// Parses `json` into `root` with `parser`. An integer beyond both 64-bit ranges, which JSON
+/// allows and simdjson refuses, reads as the float nearest to it (null when no float holds it);
+/// only a document simdjson refuses over a number pays for a second reading.
+simdjson::error_code parseDocument(simdjson::dom::parser &parser, QByteArrayView json,
+                                   element &root);
+
 // Readers, one per member type. Each returns false and fills the Failure when the value does not
 // have the member's type; the record reader adds the path on the way out.
 bool readValue(const element &value, QString &out, DecodeState &state);
@@ -204,9 +210,7 @@ template <class T>
 Decoded<T> decode(QByteArrayView json)
 {
     element root;
-    // An empty view may carry no buffer at all, which simdjson must not be handed.
-    const char *bytes = json.isEmpty() ? "" : json.data();
-    const auto parsed = threadParser().parse(bytes, static_cast<size_t>(json.size())).get(root);
+    const simdjson::error_code parsed = parseDocument(threadParser(), json, root);
     if (parsed != simdjson::SUCCESS) {
         return DecodeError{{},
                            QStringLiteral("invalid JSON (%1)")

@@ -52,8 +52,11 @@ void NetworkTransport::send(HttpRequest request, QObject *context, Done done)
         networkRequest.setRawHeader(name, value);
     networkRequest.setTransferTimeout(int(std::min<qint64>(request.timeout.count(), INT_MAX)));
 
-    QNetworkReply *reply =
-        manager()->sendCustomRequest(networkRequest, request.method, request.body);
+    // A GET goes without a body and without its headers: proxies and caches in front of a
+    // backend may refuse or mis-cache a GET that announces one, even an empty one.
+    QNetworkReply *reply = request.method == "GET"
+        ? manager()->get(networkRequest)
+        : manager()->sendCustomRequest(networkRequest, request.method, request.body);
     QObject *receiver = context ? context : reply;
     QObject::connect(reply, &QNetworkReply::finished, reply, &QObject::deleteLater);
     if (reply->isFinished()) { // some failures are known before anything is sent
