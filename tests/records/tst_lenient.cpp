@@ -34,6 +34,7 @@ TEST(Lenient, everyScalarBecomesText)
         {"9223372036854775808", "9.223372036854776e+18"},
         {"100000000000000000000", "1e+20"}, // beyond 64 bits: the nearest float
         {"-100000000000000000000", "-1e+20"},
+        {"18446744073709551616", "1.8446744073709552e+19"}, // one past the unsigned range
         {"true", "true"},
         {"false", "false"},
         {"\"\"", ""},

@@ -53,7 +53,9 @@ std::optional<std::string> widened(std::string_view token)
     if (error != std::errc{} || end != token.data() + token.size() || !std::isfinite(nearest))
         return std::string("null");
     char text[32];
-    const auto written = std::to_chars(text, text + sizeof text, nearest);
+    // Scientific: the shortest fixed form of such a float is again an integer beyond 64 bits.
+    const auto written =
+        std::to_chars(text, text + sizeof text, nearest, std::chars_format::scientific);
     return std::string(text, written.ptr);
 }
 
