@@ -11,8 +11,8 @@
 // - nesting deeper than simdjson's 1024 levels, which RapidJSON reads without a limit;
 // - an escaped lone surrogate ("\udc00"): not a character, so simdjson refuses the text while
 //   RapidJSON keeps its bytes;
-// - a number beyond every float (1e400, or an integer of 400 digits): RapidJSON refuses both; the
-//   decoder refuses 1e400 and reads such an integer as no value (null).
+// - a number beyond every float (1e400, or an integer of 400 digits): RapidJSON refuses most of
+//   them and takes some; the decoder refuses 1e400 and reads such an integer as no value (null).
 
 #include "writeback.h"
 
@@ -67,6 +67,7 @@ class LenientReading : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Le
 {
 public:
     QString text;
+    bool beyondEveryFloat = false;
 
     bool Null() { return scalar(QString(), false); }
     bool Bool(bool value)
@@ -79,6 +80,9 @@ public:
     }
     bool RawNumber(const char *value, rapidjson::SizeType length, bool)
     {
+        double number = 0;
+        if (std::from_chars(value, value + length, number).ec != std::errc{})
+            beyondEveryFloat = true; // its own check of that is loose
         return scalar(numberText(std::string_view(value, length)), false);
     }
     bool Key(const char *, rapidjson::SizeType, bool) { return true; }
@@ -134,7 +138,7 @@ std::optional<QString> readBySecondParser(QByteArrayView input)
     LenientReading reading;
     constexpr unsigned flags = rapidjson::kParseNumbersAsStringsFlag
         | rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag;
-    if (reader.Parse<flags>(stream, reading).IsError())
+    if (reader.Parse<flags>(stream, reading).IsError() || reading.beyondEveryFloat)
         return std::nullopt;
     return reading.text;
 }
