@@ -144,10 +144,12 @@ TEST_F(ClockTest, theCatchUpShowsOnlyTheLatestInjectionStillRunning)
         const char *name;
         QList<Injection> injections;
         QString shown;
-        qint64 time;
+        qint64 time; ///< on screen, in seconds
+        qint64 start = now - 10; ///< the reports' injection time
     };
     Injection older = injection(u"p1"_s, now - 100, u"600"_s);
     Injection tv = injection(u"p2"_s, now - 10, u"40"_s);
+    tv.isPause = true;
     Injection notTv = injection(u"p1"_s, now, u"600"_s);
     notTv.smartTV = false;
     Injection unknown = injection(u"p1"_s, now, u"600"_s);
@@ -161,7 +163,7 @@ TEST_F(ClockTest, theCatchUpShowsOnlyTheLatestInjectionStillRunning)
         {"ends in 5 s", {injection(u"p1"_s, now - 10, u"17"_s)}, {}, 0},
         {"ends in 6 s", {injection(u"p1"_s, now - 10, u"18"_s)}, u"p1"_s, 6},
         {"no timestamp", {injection(u"p1"_s, 0, u"999999999999"_s)}, {}, 0},
-        {"unreadable stay", {injection(u"p1"_s, now + 60, u"x"_s)}, u"p1"_s, 58},
+        {"unreadable stay", {injection(u"p1"_s, now + 60, u"x"_s)}, u"p1"_s, 58, now + 60},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
@@ -174,8 +176,11 @@ TEST_F(ClockTest, theCatchUpShowsOnlyTheLatestInjectionStillRunning)
             EXPECT_EQ(card()->time(), row.time);
             EXPECT_EQ(state().lastAnalyticsSource, u"injection"_s);
             EXPECT_EQ(state().lastAnalyticsSourceID, row.shown);
+            EXPECT_EQ(state().lastAnalyticsTime, row.start);
+            EXPECT_EQ(host.calls.contains(u"pause"_s), row.shown == u"p2"_s);
             EXPECT_EQ(state().willAutoClose, true) << "closes after the answer by default";
         }
         clock.setWallClockMSecs(now * 1000);
+        host.calls.clear();
     }
 }

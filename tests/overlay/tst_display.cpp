@@ -207,17 +207,52 @@ TEST_F(DisplayTest, pausingItemsResumeOnEveryCloseAndAnsweredOnesNeverPause)
     overlay->closeInteractionIfNeeded();
     clock.advanceBy(1s);
 
-    // Already answered: shown with the answer, no pause, and closed after its auto-close time.
-    host.calls.clear();
-    state().pollAnswers.insert(u"p1"_s, u"Home"_s);
-    show(u"p1"_s, u"polls"_s, {30, true, true, false});
-    EXPECT_EQ(host.calls, QStringList{u"focus"_s});
-    ASSERT_TRUE(card());
-    EXPECT_TRUE(card()->didAnswer());
-    clock.advanceBy(4999ms);
-    EXPECT_TRUE(card());
-    clock.advanceBy(1ms);
-    EXPECT_FALSE(card()) << "closed 5 s after it opened answered";
+    // Already answered, by the account's record or the fetched question: shown with the answer,
+    // never pausing, and closed after the item's own result time (a flip promotion adds its delay).
+    User account = user(u"tok-new"_s);
+    account.polls = QMap<QString, QString>{{u"p1"_s, u"Home"_s}};
+    account.ratings = QMap<QString, QString>{{u"r1"_s, u"4"_s}};
+    answer("/userApi/user/register", Json::encode(account));
+    StreamerInfo info = channel();
+    Promotion flip;
+    flip.clientType = u"smartTV"_s;
+    flip.viewType.value = u"flip"_s;
+    flip.secondsDelay = 3;
+    info.ratings->first().prizes = {flip};
+    answer("/userApi/streamer/getInfo", Json::encode(info));
+    Trivia answered = trivia(u"q7"_s);
+    answered.answer = TriviaAnswer{{}, u"u1"_s, u"q7"_s, u"Benfica"_s, {}, false};
+    answer("/userApi/trivia/getQuestionById/q7", Json::encode(answered));
+    VTAOverlayView::resetUser();
+    load();
+    for (const auto &[id, module, closesAfter] :
+         {std::tuple{u"p1"_s, u"polls"_s, 5000ms}, std::tuple{u"r1"_s, u"rating"_s, 8000ms},
+          std::tuple{u"q7"_s, u"quiz"_s, 5000ms}}) {
+        SCOPED_TRACE(module.toStdString());
+        host.calls.clear();
+        show(id, module, {30, true, true, false});
+        ASSERT_EQ(shownID(), id);
+        EXPECT_EQ(host.calls, QStringList{u"focus"_s});
+        EXPECT_TRUE(card()->didAnswer());
+        clock.advanceBy(closesAfter - 1ms);
+        EXPECT_TRUE(card());
+        clock.advanceBy(1ms);
+        EXPECT_FALSE(card());
+        clock.advanceBy(1s);
+    }
+}
+
+// A question whose fetch ends after another card took the screen is dropped, not shown over it.
+TEST_F(DisplayTest, aQuizFetchedTooLateIsDropped)
+{
+    answer("/userApi/trivia/getQuestionById/q7", Json::encode(trivia(u"q7"_s)));
+    controller->displayInteraction(u"q7"_s, u"quiz"_s, {30}, false);
+    show(u"p1"_s, u"polls"_s);
+    EXPECT_EQ(shownID(), u"p1"_s);
+    const auto onStage = overlay->findChildren<VTAInteractionView *>();
+    EXPECT_EQ(std::count_if(onStage.cbegin(), onStage.cend(),
+                            [](const VTAInteractionView *view) { return view->parentItem(); }),
+              1);
 }
 
 TEST_F(DisplayTest, aLateAutoCloseSparesANewerCard)

@@ -31,11 +31,9 @@ protected:
     // Shows poll `id` and votes for its first answer; the reply arrives.
     void vote(const Poll &poll)
     {
-        const qsizetype before = state().predictions.size() + state().polls.size();
         controller->inject(poll, {30, false, false, false}, 1700000000);
         clock.advanceBy(1s);
         ASSERT_TRUE(pollCard());
-        ASSERT_GE(state().predictions.size() + state().polls.size(), before);
         pollCard()->actionAnswer(pollCard()->answerViews()[0]->button());
         clock.runPending();
     }
@@ -77,8 +75,7 @@ TEST_F(LiveTest, pollRepliesRecordTheAnswerAndUpdatePointsOnlyWhenTheyGiveAny)
         EXPECT_EQ(state().totalCredits, row.credits);
         EXPECT_EQ(state().totalExpoints, row.experience);
         EXPECT_EQ(state().level, row.newLevel);
-        EXPECT_EQ(text(card()->infoView()->levelLabel()).contains(QString::number(row.newLevel)),
-                  true);
+        EXPECT_EQ(text(card()->infoView()->levelLabel()), QString::number(row.newLevel));
         overlay->closeInteractionIfNeeded();
         clock.advanceBy(1s);
     }
@@ -174,6 +171,12 @@ TEST_F(LiveTest, injectionsReplaceHeldItemsAndAnUnknownKindIsFatal)
     EXPECT_EQ(state().polls.first().id, u"p2"_s);
     clock.runPending();
     EXPECT_EQ(text(card()->titleLabel()), u"Changed?"_s);
+    Rating renamed = rating(u"r1"_s);
+    renamed.name = u"Rate the second half"_s;
+    controller->inject(renamed, {30, false, false, false}, 78);
+    clock.advanceBy(1s);
+    EXPECT_EQ(state().ratings.size(), 1);
+    EXPECT_EQ(text(card()->titleLabel()), u"Rate the second half"_s);
 
     // The realtime channel's own reading of an event reaches the same path.
     controller->pusherHelper.handleEvent(
@@ -210,17 +213,35 @@ TEST_F(LiveTest, liveTotalsRefreshOnlyTheShowingCardAndNeverGoBelowIt)
     controller->updatedInfo(QList<Poll>{poll(u"p2"_s)}, QList<Rating>{rating(u"p1"_s)},
                             std::nullopt);
     EXPECT_EQ(pollCard()->answerViews()[0]->votes(), 6);
-
+    controller->updatedInfo(QList<Poll>{delivered({8, 1})}, std::nullopt,
+                            QList<Poll>{delivered({20, 1})});
+    EXPECT_EQ(pollCard()->answerViews()[0]->votes(), 8) << "the polls list is read first";
     Poll huge = delivered({std::numeric_limits<qint64>::max(), 1});
     EXPECT_DEATH(controller->updatedInfo(QList<Poll>{huge}, std::nullopt, std::nullopt),
                  "overflow");
+
+    // A rated card on screen shows the live average.
+    overlay->closeInteractionIfNeeded();
+    clock.advanceBy(1s);
+    answerReply("/userApi/rating/answer_new/", "r1", 0, std::nullopt, nullptr);
+    controller->inject(rating(u"r1"_s), {30, false, false, false}, 2);
+    clock.advanceBy(1s);
+    auto *stars = qobject_cast<VTARatingView *>(card());
+    ASSERT_TRUE(stars);
+    stars->actionAnswer(stars->answerViews()[3]->button());
+    clock.runPending();
+    ASSERT_EQ(text(stars->averageLabel()), u"3.6"_s) << "four more stars from the fifth rater";
+    Rating live = rating(u"r1"_s);
+    live.averageRate = 4.5;
+    live.totalPeople = 8;
+    controller->updatedInfo(std::nullopt, QList<Rating>{live}, std::nullopt);
+    EXPECT_EQ(text(stars->averageLabel()), u"4.5"_s);
 }
 
 TEST_F(LiveTest, aPollClosedLiveEndsOnlyTheShowingUnansweredPoll)
 {
-    controller->inject(poll(u"p1"_s), {30, false, false, false}, 1);
+    controller->inject(poll(u"p1"_s), {30, true, false, false}, 1);
     clock.advanceBy(1s);
-    state().didPauseVideo = true; // as if it had paused the video
     controller->didClose(u"p2"_s);
     EXPECT_FALSE(pollCard()->didEnd());
     controller->didClose(u"p1"_s);
@@ -228,7 +249,15 @@ TEST_F(LiveTest, aPollClosedLiveEndsOnlyTheShowingUnansweredPoll)
     EXPECT_EQ(text(pollCard()->titleLabel()), u"Who scores next? [POLL CLOSED]"_s);
     EXPECT_EQ(pollCard()->state(), InteractionState::completed);
     EXPECT_TRUE(pollCard()->answerViews()[0]->statsLabel()->isVisible());
-    EXPECT_EQ(host.calls.last(), u"play"_s);
+    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s, u"play"_s}));
+    overlay->closeInteractionIfNeeded();
+    clock.advanceBy(1s);
+
+    // Answered: only marked ended, its question and result left as they are.
+    vote(poll(u"p1"_s));
+    controller->didClose(u"p1"_s);
+    EXPECT_TRUE(pollCard()->didEnd());
+    EXPECT_EQ(text(pollCard()->titleLabel()), u"Who scores next?"_s);
 }
 
 TEST_F(LiveTest, aSettledPredictionAddsTheWinAndShowsANoticeClosedTwice)
@@ -256,6 +285,8 @@ TEST_F(LiveTest, aSettledPredictionAddsTheWinAndShowsANoticeClosedTwice)
     clock.advanceBy(400ms);
     EXPECT_EQ(notice->x(), 1920 - notice->width()) << "flush right";
     EXPECT_EQ(host.calls, QStringList{}) << "a notice does not ask for focus";
+    overlay->forceActiveFocus();
+    EXPECT_TRUE(notice->isAncestorOf(window.activeFocusItem())) << "but takes the overlay's";
 
     EXPECT_TRUE(overlay->closeInteractionIfNeeded());
     EXPECT_FALSE(state().currentNotice);
@@ -265,15 +296,20 @@ TEST_F(LiveTest, aSettledPredictionAddsTheWinAndShowsANoticeClosedTwice)
     clock.advanceBy(1s);
     EXPECT_FALSE(notice) << "freed after its last close";
 
-    // A wrong answer adds nothing; without notices a win still counts but shows nothing.
+    // A wrong answer adds nothing, and its notice takes the place of the one on screen.
+    controller->didReceivePredictionResult({u"Home"_s, 25, u"pr1"_s});
+    QPointer<VTANotice> win = state().currentNotice.get();
     controller->didReceivePredictionResult({u"Away"_s, 50, u"pr1"_s});
     ASSERT_TRUE(state().currentNotice);
     EXPECT_EQ(text(state().currentNotice->titleLabel()), u"Wrong Prediction"_s);
-    EXPECT_EQ(state().totalCredits, 150);
+    EXPECT_EQ(state().totalCredits, 175);
+    EXPECT_TRUE(win && !win->parentItem()) << "one notice on screen";
+
+    // Without notices a win still counts but shows nothing.
     overlay->setShowNotices(false);
     QPointer<VTANotice> shown = state().currentNotice.get();
     controller->didReceivePredictionResult({u"Home"_s, 25, u"pr1"_s});
-    EXPECT_EQ(state().totalCredits, 175);
+    EXPECT_EQ(state().totalCredits, 200);
     EXPECT_EQ(state().currentNotice.get(), shown.get());
 }
 
@@ -282,6 +318,8 @@ TEST_F(LiveTest, reportsCarryTheLatestAttributionAndNeedAToken)
     StreamerInfo info = channel();
     info.clocks = {OverlayTesting::clock(u"p1"_s, u"polls"_s, 12)};
     answer("/userApi/streamer/getInfo", Json::encode(info));
+    answer("/userApi/user/login_by_token", Json::encode(user(u"tok-2"_s))); // renewed
+    const qsizetype first = backend->requests().size();
     load();
     clock.advanceBy(12s);
     ASSERT_TRUE(pollCard());
@@ -299,6 +337,14 @@ TEST_F(LiveTest, reportsCarryTheLatestAttributionAndNeedAToken)
         << "about the card showing now, attributed to the latest arrival";
     card()->closeTap();
     EXPECT_EQ(reports().last(), u"close Rating injection r1 1700000099"_s);
+    controller->refreshData();
+    clock.runPending();
+    EXPECT_EQ(reports().last(), u"view Login_with_token - - -"_s) << "not the viewer's activity";
+    for (const HttpRequest &request : backend->requests().mid(first)) {
+        if (request.url.path() == u"/userApi/analytics/add"_s) {
+            EXPECT_EQ(requestField(request)["data"_L1]["userToken"_L1], u"tok-2"_s);
+        }
+    }
 
     state().user.reset();
     VTAOverlayView::resetUser();
@@ -314,6 +360,11 @@ TEST_F(LiveTest, theBackKeyClosesTheCardBeforeTheNotice)
     controller->didReceivePredictionResult({u"Home"_s, 10, u"pr1"_s});
     ASSERT_TRUE(card());
     ASSERT_TRUE(state().currentNotice);
+    // The notice closed by its own button leaves the remote with the card.
+    host.calls.clear();
+    state().currentNotice->actionClose();
+    EXPECT_EQ(host.calls, QStringList{});
+    controller->didReceivePredictionResult({u"Home"_s, 10, u"pr1"_s});
     EXPECT_TRUE(overlay->closeInteractionIfNeeded());
     EXPECT_FALSE(card());
     EXPECT_TRUE(state().currentNotice) << "one press, one thing closed";

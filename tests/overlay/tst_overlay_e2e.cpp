@@ -444,14 +444,17 @@ TEST_F(OverlayAgainstDevServer, everyCardKindShowsWholeOverA720pAndA2160pPlayer)
             SCOPED_TRACE(qPrintable(u"%1x%2 %3"_s.arg(size.width()).arg(size.height()).arg(id)));
             inject(kind, id);
             ASSERT_TRUE(waitUntil([&] { return overlay->isDisplayingInteraction(); }));
-            QTest::qWait(700); // the slide
             QQuickItem *card = shown("VTAInteractionView");
             ASSERT_TRUE(card);
-            const QRectF onScreen = card->mapRectToScene(card->boundingRect());
-            EXPECT_TRUE(
-                QRectF(QPointF(), QSizeF(size)).adjusted(-0.5, -0.5, 0.5, 0.5).contains(onScreen))
-                << onScreen.x() << "," << onScreen.y() << " " << onScreen.width() << "x"
-                << onScreen.height();
+            QRectF onScreen;
+            // Once slid in, however long a loaded machine takes to run the slide.
+            EXPECT_TRUE(waitUntil([&] {
+                onScreen = card->mapRectToScene(card->boundingRect());
+                return QRectF(QPointF(), QSizeF(size))
+                    .adjusted(-0.5, -0.5, 0.5, 0.5)
+                    .contains(onScreen);
+            })) << onScreen.x()
+                << "," << onScreen.y() << " " << onScreen.width() << "x" << onScreen.height();
             window.grabWindow().save(
                 shots.filePath(u"%1x%2-%3.png"_s.arg(size.width()).arg(size.height()).arg(id)));
             overlay->closeInteractionIfNeeded();

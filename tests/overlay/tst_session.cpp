@@ -105,8 +105,10 @@ TEST_F(OverlayTest, aFailedLoginKeepsTheTokenAndNeverRegistersUntilTheViewerIsRe
 TEST_F(OverlayTest, theViewersAccountSeedsAnswersAndTotals)
 {
     User account = user();
-    account.polls = QMap<QString, QString>{
-        {u"abc_2"_s, u"Home"_s}, {u"_x"_s, u"Away"_s}, {u"plain"_s, u"Nobody"_s}};
+    account.polls = QMap<QString, QString>{{u"abc_2"_s, u"Home"_s},
+                                           {u"_x"_s, u"Away"_s},
+                                           {u"plain"_s, u"Nobody"_s},
+                                           {u"q_1_b"_s, u"Draw"_s}};
     account.ratings = QMap<QString, QString>{{u"r1_show"_s, u"4"_s}};
     account.predictionsResults =
         QMap<QString, PredictionResult>{{u"pr1_____ch1"_s, {0, u"Home"_s, u"pending"_s}}};
@@ -116,8 +118,10 @@ TEST_F(OverlayTest, theViewersAccountSeedsAnswersAndTotals)
     answer("/userApi/user/login_by_token", Json::encode(account));
     load();
     EXPECT_EQ(state().pollAnswers,
-              (QHash<QString, QString>{
-                  {u"abc"_s, u"Home"_s}, {u""_s, u"Away"_s}, {u"plain"_s, u"Nobody"_s}}));
+              (QHash<QString, QString>{{u"abc"_s, u"Home"_s},
+                                       {u""_s, u"Away"_s},
+                                       {u"plain"_s, u"Nobody"_s},
+                                       {u"q"_s, u"Draw"_s}}));
     EXPECT_EQ(state().ratingAnswers, (QHash<QString, QString>{{u"r1"_s, u"4"_s}}));
     EXPECT_EQ(state().predictionResults.keys(), QStringList{u"pr1_____ch1"_s});
     EXPECT_EQ(state().totalCredits, 0);
@@ -168,31 +172,51 @@ TEST_F(OverlayTest, theChannelDocumentSetsListsAndDesignAndARefreshKeepsTheTimer
     EXPECT_EQ(state().polls.size(), 1) << "a failed fetch changes nothing";
 }
 
-TEST_F(OverlayTest, aSecondLoadTearsDownTheFirstSessionAndTheFirstDoesNot)
+TEST_F(OverlayTest, aSecondLoadTearsDownTheFirstSession)
 {
+    User account = user();
+    account.polls = QMap<QString, QString>{{u"p1"_s, u"Home"_s}};
+    account.ratings = QMap<QString, QString>{{u"r1"_s, u"4"_s}};
+    account.predictionsResults =
+        QMap<QString, PredictionResult>{{u"pr1_____ch1"_s, {0, u"Home"_s, u"pending"_s}}};
+    answer("/userApi/user/login_by_token", Json::encode(account));
+    storeToken(u"tok-1"_s);
     StreamerInfo info = channel();
-    info.clocks = {OverlayTesting::clock(u"p1"_s, u"polls"_s, 60)};
+    info.clocks = {OverlayTesting::clock(u"p2"_s, u"polls"_s, 20, true),
+                   OverlayTesting::clock(u"p2"_s, u"polls"_s, 60)};
     answer("/userApi/streamer/getInfo", Json::encode(info));
     load();
-    ASSERT_EQ(state().timerList.size(), 1);
-    EXPECT_EQ(host.calls, QStringList{});
-    controller->inject(poll(u"p2"_s), {30, false, false, false}, 1700000000);
-    clock.runPending();
+    clock.advanceBy(
+        std::chrono::seconds{20}); // p2 pauses the video: its entries are not laid again
     ASSERT_TRUE(card());
-    state().pollAnswers.insert(u"p1"_s, u"Home"_s);
+    ASSERT_EQ(state().timerList.size(), 1);
     const PusherClient *firstClient = controller->pusherHelper.pusher();
 
     RecordingHost next;
     overlay->load(u"ch2"_s, u"bc"_s, VTAServiceManager::shared().environment(), &next);
-    // Torn down before the new channel is even checked.
+    // Torn down before the new channel is even checked (ch2 is not found, so nothing comes back).
     EXPECT_FALSE(card());
-    EXPECT_EQ(next.calls, QStringList{u"release"_s}) << "the new delegate hears the close";
+    EXPECT_EQ(next.calls, (QStringList{u"release"_s, u"play"_s})) << "the new delegate hears it";
     EXPECT_TRUE(state().timerList.isEmpty());
     EXPECT_FALSE(state().channelInfo);
-    EXPECT_TRUE(state().polls.isEmpty() && state().pollAnswers.isEmpty());
+    EXPECT_TRUE(state().polls.isEmpty() && state().predictions.isEmpty()
+                && state().ratings.isEmpty());
+    EXPECT_TRUE(state().pollAnswers.isEmpty() && state().ratingAnswers.isEmpty()
+                && state().predictionResults.isEmpty());
     EXPECT_EQ(firstClient->state(), PusherClient::State::Disconnected);
     EXPECT_TRUE(state().user) << "the viewer stays";
     EXPECT_EQ(state().lastAnalyticsSourceID, u"p2"_s) << "so does the attribution";
+    clock.advanceBy(std::chrono::seconds{1});
+
+    // The entry that paused the first session shows again in the next; a lone notice goes.
+    load();
+    EXPECT_EQ(state().timerList.size(), 2);
+    controller->didReceivePredictionResult({u"Home"_s, 5, u"pr1"_s});
+    ASSERT_TRUE(state().currentNotice);
+    QPointer<VTANotice> notice = state().currentNotice.get();
+    load();
+    EXPECT_FALSE(state().currentNotice);
+    EXPECT_TRUE(notice->isClosing());
 }
 
 TEST_F(OverlayTest, propertiesAndTheWindowRules)
