@@ -1,29 +1,36 @@
 #pragma once
 
-// A dev server running in the test's own process on 127.0.0.1 port 0, with an HTTP client and
-// websocket clients that record every frame.
+// A dev server in the test's own process on 127.0.0.1 port 0, on a clock the test sets; requests
+// as the SDK and the broadcaster make them, and websocket clients that record every frame.
 
 #include "devserver_p.h"
-#include "devservertest.h"
+#include "serverprocess.h"
 #include "trigger_p.h"
 
-#include <QJsonArray>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QTemporaryDir>
 #include <QUrlQuery>
 #include <QWebSocket>
 
-#include <gtest/gtest.h>
-
 namespace Vantora::DevServerTest {
 
-struct HttpResult
+using namespace Qt::Literals::StringLiterals;
+
+/// A backend request's Content-Type and body as the SDK makes them, `data` being the members of
+/// {"data": {...}}, where $W stands for the demo channel and the viewer `token`, $T for the token.
+inline const QByteArray sdkContentType = "multipart/form-data; boundary=Boundary-6F1A2B3C";
+inline QByteArray sdkRequest(QByteArray data, const QString &token = {})
 {
-    int status = 0;
-    QByteArray body;
-    QJsonObject json() const { return jsonObject(body); }
-};
+    data.replace("$W", R"("broadcasterName":"vantora-demo","channelId":"1001","userToken":"$T")")
+        .replace("$T", token.toUtf8());
+    return "--Boundary-6F1A2B3C\r\nContent-Disposition: form-data; name=\"request\"\r\n\r\n"
+           R"({"data":{)"
+        + data + "}}\r\n--Boundary-6F1A2B3C--\r\n";
+}
+
+inline QJsonObject dataOf(const QJsonObject &frame)
+{
+    return jsonObject(frame["data"_L1].toString().toUtf8());
+}
 
 /// A websocket client that keeps every text frame as JSON, in order.
 class RecordingClient
@@ -31,21 +38,12 @@ class RecordingClient
 public:
     explicit RecordingClient(const QUrl &url)
     {
-        QObject::connect(&socket, &QWebSocket::textMessageReceived, &socket,
-                         [this](const QString &frame) {
-                             frames.append(QJsonDocument::fromJson(frame.toUtf8()).object());
-                         });
-        QObject::connect(&socket, &QWebSocket::disconnected, &socket, [this] {
-            closed = true;
-            closeCode = socket.closeCode();
-            closeReason = socket.closeReason();
-        });
-        QObject::connect(&socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error),
-                         &socket,
-                         [this](QAbstractSocket::SocketError error) { socketError = error; });
+        QObject::connect(
+            &socket, &QWebSocket::textMessageReceived, &socket,
+            [this](const QString &frame) { frames.append(jsonObject(frame.toUtf8())); });
+        QObject::connect(&socket, &QWebSocket::disconnected, &socket, [this] { closed = true; });
         socket.open(url);
     }
-
     // Qt 6.4 leaks the close reason when a QWebSocket is destroyed while connected, so the client
     // says goodbye first.
     ~RecordingClient()
@@ -55,63 +53,41 @@ public:
             waitUntil([this] { return socket.state() == QAbstractSocket::UnconnectedState; }, 2000);
         }
     }
-    RecordingClient(const RecordingClient &) = delete;
-    RecordingClient &operator=(const RecordingClient &) = delete;
 
-    /// The frames with this event name (and channel, when given).
-    QList<QJsonObject> events(const QString &event, const QString &channel = {}) const
+    QStringList names() const
     {
-        QList<QJsonObject> found;
-        for (const QJsonObject &frame : frames) {
-            if (frame.value(QStringLiteral("event")).toString() == event
-                && (channel.isEmpty()
-                    || frame.value(QStringLiteral("channel")).toString() == channel))
-                found.append(frame);
-        }
-        return found;
+        QStringList names;
+        for (const QJsonObject &frame : frames)
+            names.append(frame["event"_L1].toString());
+        return names;
     }
-
-    bool waitForEvent(const QString &event, qsizetype count = 1, int ms = 5000)
+    bool waitFor(const QString &event, qsizetype count = 1)
     {
-        return waitUntil([&] { return events(event).size() >= count; }, ms);
+        return waitUntil([&] { return names().count(event) >= count; });
     }
-
-    void send(const QJsonObject &frame)
-    {
-        socket.sendTextMessage(
-            QString::fromUtf8(QJsonDocument(frame).toJson(QJsonDocument::Compact)));
-    }
-
-    /// Subscribes and waits for the server's answer.
+    void send(const QString &frame) { socket.sendTextMessage(frame); }
     bool subscribe(const QString &channel)
     {
-        const qsizetype before =
-            events(QStringLiteral("pusher_internal:subscription_succeeded")).size();
-        send({{QStringLiteral("event"), QStringLiteral("pusher:subscribe")},
-              {QStringLiteral("data"), QJsonObject{{QStringLiteral("channel"), channel}}}});
-        return waitForEvent(QStringLiteral("pusher_internal:subscription_succeeded"), before + 1);
+        const QString succeeded = u"pusher_internal:subscription_succeeded"_s;
+        const qsizetype before = names().count(succeeded);
+        send(uR"({"event":"pusher:subscribe","data":{"channel":"%1"}})"_s.arg(channel));
+        return waitFor(succeeded, before + 1);
     }
+    QString socketId() const { return dataOf(frames.value(0))["socket_id"_L1].toString(); }
 
     QWebSocket socket;
     QList<QJsonObject> frames;
     bool closed = false;
-    int closeCode = 0;
-    QString closeReason;
-    std::optional<QAbstractSocket::SocketError> socketError;
 };
 
 class ServerFixture : public testing::Test
 {
 protected:
-    void SetUp() override { startServer(); }
-
-    void startServer(DevServer::PusherHub::Timing timing = {})
+    void SetUp() override
     {
-        ASSERT_TRUE(m_dir.isValid());
         DevServer::ServerOptions options;
         options.dataFolder = demoFolder;
-        options.databaseFile = m_dir.filePath(QStringLiteral("devserver.sqlite"));
-        options.timing = timing;
+        options.databaseFile = m_dir.filePath(u"db"_s);
         options.now = [this] {
             return m_now;
         };
@@ -123,70 +99,46 @@ protected:
         m_port = port.value();
     }
 
-    QUrl url(const QString &path, const QString &scheme = QStringLiteral("http")) const
+    QUrl url(const QString &path, const QString &scheme = u"http"_s) const
     {
-        QUrl url;
-        url.setScheme(scheme);
-        url.setHost(QStringLiteral("127.0.0.1"));
-        url.setPort(m_port);
-        const qsizetype question = path.indexOf(u'?');
-        url.setPath(question < 0 ? path : path.first(question));
-        if (question >= 0)
-            url.setQuery(path.sliced(question + 1));
-        return url;
+        return QUrl(scheme + u"://127.0.0.1:"_s + QString::number(m_port) + path);
     }
-
-    QString key() const { return m_server->hub().app().key; }
-
-    std::unique_ptr<RecordingClient> connectClient(const QString &path = {})
-    {
-        auto client = std::make_unique<RecordingClient>(url(
-            path.isEmpty() ? u"/app/"_qs + key() + u"?protocol=7&client=test&version=1"_qs : path,
-            QStringLiteral("ws")));
-        return client;
-    }
-
-    HttpResult http(const QByteArray &method, const QUrl &target, const QByteArray &body = {},
+    HttpResult http(const QByteArray &method, const QString &path, const QByteArray &body = {},
                     const QByteArray &contentType = "application/json")
     {
-        QNetworkRequest request(target);
-        request.setHeader(QNetworkRequest::ContentTypeHeader, contentType);
-        QNetworkReply *reply = m_network.sendCustomRequest(request, method, body);
-        const bool finished = waitUntil([reply] { return reply->isFinished(); });
-        EXPECT_TRUE(finished) << "no reply from " << target.toString().toStdString();
-        HttpResult result{reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-                          reply->readAll()};
-        reply->deleteLater();
-        return result;
+        return httpRequest(url(path), method, body, contentType);
     }
-
-    HttpResult admin(const QString &operation, const QJsonObject &body)
+    HttpResult admin(const QString &operation, const QByteArray &body)
     {
-        return http("POST", url(u"/admin/"_qs + operation),
-                    QJsonDocument(body).toJson(QJsonDocument::Compact));
+        return http("POST", u"/admin/"_s + operation, body);
     }
-
-    /// POSTs an event to the trigger API, signed with the app's credentials unless `query` is
-    /// given.
-    HttpResult trigger(const QByteArray &body, std::optional<DevServer::QueryItems> query = {},
-                       const QString &appId = {})
+    HttpResult api(const QString &operation, const QByteArray &data, const QString &token = {})
     {
-        const QString path =
-            u"/apps/"_qs + (appId.isEmpty() ? m_server->hub().app().id : appId) + u"/events"_qs;
-        if (!query)
-            query = DevServer::signedQuery(m_server->hub().app(), "POST", path, body, m_now);
+        return http("POST", u"/userApi"_s + operation, sdkRequest(data, token), sdkContentType);
+    }
+    /// POSTs an event to the trigger API, signed with the app's credentials unless `query` says.
+    HttpResult trigger(const QByteArray &event, std::optional<DevServer::QueryItems> query = {})
+    {
+        const QString path = u"/apps/vantora/events"_s;
         QUrlQuery items;
-        items.setQueryItems(*query);
-        QUrl target = url(path);
-        target.setQuery(items);
-        return http("POST", target, body);
+        items.setQueryItems(query.value_or(
+            DevServer::signedQuery(m_server->hub().app(), "POST", path, event, m_now)));
+        return http("POST", path + u'?' + items.toString(QUrl::FullyEncoded), event);
+    }
+    /// A websocket client on /app/<key>, or on `path`, once the server has said something.
+    std::unique_ptr<RecordingClient> connectClient(const QString &path = {})
+    {
+        const QString key = m_server->hub().app().key;
+        auto client = std::make_unique<RecordingClient>(
+            url(path.isEmpty() ? u"/app/"_s + key + u"?protocol=7&client=test"_s : path, u"ws"_s));
+        EXPECT_TRUE(waitUntil([&] { return !client->frames.isEmpty(); }));
+        return client;
     }
 
     QTemporaryDir m_dir;
     qint64 m_now = 1795400000;
     std::unique_ptr<DevServer::DevServer> m_server;
     quint16 m_port = 0;
-    QNetworkAccessManager m_network;
 };
 
 } // namespace Vantora::DevServerTest

@@ -1,25 +1,70 @@
 #pragma once
 
-// vantora-devserver in a process of its own, for the tests that run clients against it.
+// What the tests that run clients against vantora-devserver share: the demo content, waits and
+// requests that always end, and the server in a process of its own with its admin API.
 
-#include "devservertest.h"
-
+#include <QDeadlineTimer>
 #include <QHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QProcess>
-#include <QRegularExpression>
-#include <QStringList>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
 #include <sys/prctl.h>
 
 #include <csignal>
+#include <functional>
 
 namespace Vantora::DevServerTest {
 
-/// A running server process and the environment lines it printed.
+inline const QString demoFolder = QStringLiteral(VANTORA_DEVSERVER_DEMO_DIR);
+
+/// Runs the event loop until `done` holds or `ms` pass; returns whether it held.
+inline bool waitUntil(const std::function<bool()> &done, int ms = 5000)
+{
+    const QDeadlineTimer deadline(ms);
+    while (!done()) {
+        if (deadline.hasExpired())
+            return false;
+        QTest::qWait(5);
+    }
+    return true;
+}
+
+inline QJsonObject jsonObject(const QByteArray &bytes)
+{
+    return QJsonDocument::fromJson(bytes).object();
+}
+
+struct HttpResult
+{
+    int status = 0;
+    QByteArray body;
+    QJsonObject json() const { return jsonObject(body); }
+    QJsonArray array() const { return QJsonDocument::fromJson(body).array(); }
+};
+
+inline HttpResult httpRequest(const QUrl &url, const QByteArray &method,
+                              const QByteArray &body = {},
+                              const QByteArray &contentType = "application/json")
+{
+    QNetworkAccessManager network; // no connection outlives the call
+    QNetworkRequest request(url);
+    request.setHeader(QNetworkRequest::ContentTypeHeader, contentType);
+    QNetworkReply *reply = network.sendCustomRequest(request, method, body);
+    EXPECT_TRUE(waitUntil([reply] { return reply->isFinished(); })) << url.toString().toStdString();
+    const HttpResult result{reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
+                            reply->readAll()};
+    delete reply;
+    return result;
+}
+
+/// A running server process and the lines it printed.
 class ServerProcess
 {
 public:
@@ -34,22 +79,20 @@ public:
                 || m_process.state() == QProcess::NotRunning;
         });
         EXPECT_TRUE(ready) << "no start-up lines: " << m_out.constData();
-        const auto match =
-            QRegularExpression(
-                QStringLiteral("VANTORA_API_BASE=http://127\\.0\\.0\\.1:(\\d+)/userApi"))
-                .match(QString::fromUtf8(m_out));
-        if (match.hasMatch())
-            port = match.captured(1).toUShort();
+        port = quint16(QUrl(exported().value(QStringLiteral("VANTORA_API_BASE"))).port(0));
     }
-    ~ServerProcess()
-    {
-        m_process.kill();
-        m_process.waitForFinished(5000);
-    }
+    ~ServerProcess() { killHard(); }
     void killHard()
     {
         m_process.kill(); // SIGKILL: no chance to flush or close anything
         m_process.waitForFinished(5000);
+    }
+    /// SIGTERM; the exit code once the process has ended, -1 when it crashed or hung.
+    int terminate()
+    {
+        m_process.terminate();
+        const bool ended = m_process.waitForFinished(5000);
+        return ended && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
     }
     QStringList lines() const { return QString::fromUtf8(m_out).split(u'\n', Qt::SkipEmptyParts); }
     /// What its `export NAME=value` lines set, as a shell would.
@@ -74,19 +117,12 @@ private:
 /// Fails the test when the server answers with an error.
 inline QJsonDocument admin(quint16 port, const QString &path, const QJsonObject &body = {})
 {
-    static QNetworkAccessManager network;
-    QNetworkRequest request(
-        QUrl(QStringLiteral("http://127.0.0.1:%1/admin/%2").arg(port).arg(path)));
-    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("application/json"));
-    QNetworkReply *reply = body.isEmpty()
-        ? network.get(request)
-        : network.post(request, QJsonDocument(body).toJson(QJsonDocument::Compact));
-    EXPECT_TRUE(waitUntil([reply] { return reply->isFinished(); }));
-    const QByteArray bytes = reply->readAll();
-    EXPECT_EQ(reply->error(), QNetworkReply::NoError)
-        << qPrintable(path) << ": " << bytes.toStdString();
-    reply->deleteLater();
-    return QJsonDocument::fromJson(bytes);
+    const HttpResult reply =
+        httpRequest(QUrl(QStringLiteral("http://127.0.0.1:%1/admin/").arg(port) + path),
+                    body.isEmpty() ? "GET" : "POST",
+                    body.isEmpty() ? QByteArray() : QJsonDocument(body).toJson());
+    EXPECT_EQ(reply.status, 200) << qPrintable(path) << ": " << reply.body.constData();
+    return QJsonDocument::fromJson(reply.body);
 }
 
 } // namespace Vantora::DevServerTest

@@ -1,21 +1,18 @@
-// vantora-devserver as a developer runs it: its options, what it prints, how it fails, and that
-// an acknowledged answer survives the process being killed outright.
+// vantora-devserver as a developer runs it: bad starts, what it prints, the keys it takes, answers
+// that survive kill -9, its options, and SIGTERM closing websockets with "going away".
 
-#include "devservertest.h"
-#include "serverprocess.h"
+#include "serverfixture.h"
 
 #include "testsupport.h"
 #include <vantora/records/vtaenvironment.h>
 
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QTemporaryDir>
-#include <QWebSocket>
+#include <QElapsedTimer>
+#include <QTcpServer>
+#include <QTcpSocket>
 
 #include <gtest/gtest.h>
 
+using namespace Vantora;
 using namespace Vantora::DevServerTest;
 using namespace Qt::Literals::StringLiterals;
 
@@ -23,138 +20,114 @@ namespace {
 
 const QString program = QStringLiteral(VANTORA_DEVSERVER);
 
-struct Reply
+QUrl at(quint16 port, const QString &path, const QString &scheme = u"http"_s)
 {
-    int status = 0;
-    QJsonObject json;
-};
+    return QUrl(scheme + u"://127.0.0.1:"_s + QString::number(port) + path);
+}
 
-Reply post(quint16 port, const QString &path, const QJsonObject &data)
+QUrl realtime(quint16 port, const QString &key)
 {
-    static QNetworkAccessManager network;
-    QNetworkRequest request(
-        QUrl(u"http://127.0.0.1:"_s + QString::number(port) + u"/userApi"_s + path));
-    request.setHeader(QNetworkRequest::ContentTypeHeader, sdkContentType());
-    QNetworkReply *reply = network.post(request, sdkBody(envelope(data)));
-    EXPECT_TRUE(waitUntil([reply] { return reply->isFinished(); }));
-    Reply result{reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-                 jsonObject(reply->readAll())};
-    reply->deleteLater();
-    return result;
+    return at(port, u"/app/"_s + key + u"?protocol=7"_s, u"ws"_s);
 }
 
 } // namespace
 
-TEST(Process, helpDocumentsEveryOption)
-{
-    QProcess process;
-    process.start(program, {u"--help"_s});
-    ASSERT_TRUE(process.waitForFinished(10000));
-    EXPECT_EQ(process.exitCode(), 0);
-    const QString help = QString::fromUtf8(process.readAllStandardOutput());
-    for (const char *option :
-         {"--host", "--port", "--data", "--db", "--app-id", "--app-key", "--app-secret",
-          "--activity-timeout", "--pong-timeout", "--help", "--version"})
-        EXPECT_TRUE(help.contains(QLatin1StringView(option))) << option;
-}
-
 TEST(Process, refusesBadStartsWithAReason)
 {
     QTemporaryDir dir;
-    const struct
-    {
-        QStringList arguments;
-        const char *error;
-    } rows[] = {
-        {{u"--port"_s, u"70000"_s}, "--port"},
-        {{u"--port"_s, u"0"_s, u"--host"_s, u"localhost-ish"_s}, "--host"},
-        {{u"--port"_s, u"0"_s, u"--data"_s, dir.filePath(u"missing"_s)}, "does not exist"},
-        {{u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"no/such/dir/db.sqlite"_s)}, "cannot open"},
-        {{u"--port"_s, u"0"_s, u"--activity-timeout"_s, u"0"_s}, "--activity-timeout"},
-        {{u"--port"_s, u"0"_s, u"stray"_s}, "unexpected argument"},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.error);
+    QTcpServer occupant;
+    ASSERT_TRUE(occupant.listen(QHostAddress::LocalHost));
+    const QString taken = QString::number(occupant.serverPort()), missing = dir.filePath(u"x"_s);
+    for (const auto &[arguments, error] :
+         {std::pair{QStringList{u"--port"_s, u"70000"_s}, u"--port: expected 0 to 65535"_s},
+          {{u"--activity-timeout"_s, u"0"_s}, u"--activity-timeout: expected a whole number"_s},
+          {{u"--pong-timeout"_s, u"0"_s}, u"--pong-timeout: expected seconds above 0"_s},
+          {{u"--data"_s, missing}, u"data folder "_s + missing + u" does not exist"_s},
+          {{u"--db"_s, missing + u"/db"_s}, u"cannot open "_s + missing + u"/db"_s},
+          {{u"--port"_s, taken}, u"cannot listen on 127.0.0.1:"_s + taken}}) {
         QProcess process;
-        process.start(program, row.arguments);
+        process.start(program,
+                      QStringList{u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"db"_s)}
+                          + arguments);
         ASSERT_TRUE(process.waitForFinished(10000));
         EXPECT_EQ(process.exitCode(), 1);
-        EXPECT_TRUE(process.readAllStandardError().contains(row.error));
+        const QString problem = // the last line; Qt may warn before it
+            QString::fromUtf8(process.readAllStandardError()).trimmed().section(u'\n', -1);
+        EXPECT_TRUE(problem.startsWith(u"vantora-devserver: "_s + error)) << problem.toStdString();
     }
 }
 
-TEST(Process, printsWhereItListensAndKeepsAnswersThroughKill9)
+// Without options: the demo channel, to clients of every SDK environment; then the options.
+TEST(Process, printsWhereItListensKeepsAnswersThroughKill9AndTakesItsOptions)
 {
     QTemporaryDir dir;
-    const QStringList arguments{u"--port"_s, u"0"_s,    u"--data"_s,
-                                demoFolder,  u"--db"_s, dir.filePath(u"answers.sqlite"_s)};
+    const QStringList arguments{u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"db"_s)};
+    const auto api = [](quint16 port, const char *operation, const QByteArray &data,
+                        const QString &token) {
+        const QUrl url = at(port, u"/userApi"_s + QLatin1StringView(operation));
+        return httpRequest(url, "POST", sdkRequest(data, token), sdkContentType).json();
+    };
     QString token;
     {
         ServerProcess server(program, arguments);
-        ASSERT_NE(server.port, 0);
         const QString origin = u"127.0.0.1:"_s + QString::number(server.port);
-        // Lines a shell takes as they are.
-        const QStringList lines = server.lines();
-        for (const QString &line :
-             {u"export VANTORA_API_BASE=http://"_s + origin + u"/userApi"_s,
-              u"export VANTORA_IMAGE_BASE=http://"_s + origin + u"/media"_s,
-              u"export VANTORA_CHANNELS_BASE=http://"_s + origin + u"/channels/"_s,
-              u"export VANTORA_REALTIME_URL=ws://"_s + origin})
-            EXPECT_TRUE(lines.contains(line)) << line.toStdString();
-
-        const QJsonObject who{{u"broadcasterName"_s, u"vantora-demo"_s},
-                              {u"channelId"_s, u"1001"_s}};
-        const Reply registered = post(server.port, u"/user/register"_s, who);
-        ASSERT_EQ(registered.status, 200);
-        token = registered.json.value("token"_L1).toString();
-        QJsonObject vote = who;
-        vote.insert(u"userToken"_s, token);
-        vote.insert(u"answer"_s, u"Blues"_s);
-        const Reply answered = post(server.port, u"/poll/answer_new/pr200"_s, vote);
-        ASSERT_EQ(answered.status, 200);
-        ASSERT_TRUE(answered.json["answer"_L1]["isAnswered"_L1].toBool());
+        EXPECT_EQ(server.lines().mid(2),
+                  uR"(export VANTORA_API_BASE=http://%1/userApi
+export VANTORA_IMAGE_BASE=http://%1/media
+export VANTORA_CHANNELS_BASE=http://%1/channels/
+export VANTORA_REALTIME_URL=ws://%1)"_s.arg(origin)
+                      .split(u'\n'));
+        for (const VTAEnvironment &sdk :
+             {VTAEnvironment::productionDefault(), VTAEnvironment::devDefault(),
+              VTAEnvironment::testDefault()}) {
+            RecordingClient client(realtime(server.port, sdk.pusherKey()));
+            EXPECT_TRUE(waitUntil([&] { return !client.socketId().isEmpty(); }))
+                << qPrintable(sdk.pusherKey());
+        }
+        token = api(server.port, "/user/register", "$W", {})["token"_L1].toString();
+        const QJsonObject vote =
+            api(server.port, "/poll/answer_new/pr200", R"($W,"answer":"Blues")", token);
+        ASSERT_EQ(vote["answer"_L1]["isAnswered"_L1], true);
         server.killHard();
     }
-    ServerProcess restarted(program, arguments);
-    ASSERT_NE(restarted.port, 0);
-    const Reply login = post(restarted.port, u"/user/login_by_token"_s,
-                             {{u"broadcasterName"_s, u"vantora-demo"_s},
-                              {u"channelId"_s, u"1001"_s},
-                              {u"userToken"_s, token}});
-    ASSERT_EQ(login.status, 200);
-    EXPECT_EQ(login.json["polls"_L1]["pr200_1001"_L1].toString(), u"Blues"_s);
-    EXPECT_EQ(login.json["predictionsResults"_L1]["pr200_____1001"_L1]["status"_L1].toString(),
-              u"pending"_s);
-    EXPECT_EQ(login.json["expirience_points"_L1].toDouble(), 20);
-}
+    ServerProcess server(program,
+                         arguments
+                             + QStringList{u"--app-key"_s, u"mine"_s, u"--activity-timeout"_s,
+                                           u"1"_s, u"--pong-timeout"_s, u"0.3"_s});
+    const QJsonObject login = api(server.port, "/user/login_by_token", "$W", token);
+    EXPECT_EQ(login["polls"_L1], jsonObject(R"({"pr200_1001":"Blues"})"));
+    EXPECT_EQ(login["predictionsResults"_L1]["pr200_____1001"_L1]["status"_L1], u"pending"_s);
 
-// The SDK's three environments all reach the server's live channel; a key given on the command
-// line is then the only one.
-TEST(Process, realtimeClientsConnectWithTheKeyOfAnySdkEnvironmentOrTheOneGiven)
-{
-    const auto answer = [](quint16 port, const QString &key) {
-        QWebSocket socket;
-        QString first;
-        QObject::connect(&socket, &QWebSocket::textMessageReceived,
-                         [&first](const QString &frame) { first = frame; });
-        socket.open(QUrl(u"ws://127.0.0.1:%1/app/%2?protocol=7"_s.arg(port).arg(key)));
-        EXPECT_TRUE(waitUntil([&] { return !first.isEmpty(); }));
-        return first.contains(u"pusher:connection_established"_s)
-            ? u"welcome"_s
-            : QString::number(jsonObject(first.toUtf8())["data"_L1]["code"_L1].toInt());
-    };
-    QTemporaryDir dir;
-    const QStringList sdkKeys{VTAEnvironment::productionDefault().pusherKey(),
-                              VTAEnvironment::devDefault().pusherKey(),
-                              VTAEnvironment::testDefault().pusherKey()};
-    {
-        ServerProcess server(program, {u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"a"_s)});
-        for (const QString &key : sdkKeys)
-            EXPECT_EQ(answer(server.port, key), u"welcome"_s) << key.toStdString();
-        EXPECT_EQ(answer(server.port, u"0123456789abcdef0123"_s), u"4001"_s);
-    }
-    ServerProcess server(
-        program, {u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"b"_s), u"--app-key"_s, u"mine"_s});
-    EXPECT_EQ(answer(server.port, u"mine"_s), u"welcome"_s);
-    EXPECT_EQ(answer(server.port, sdkKeys[0]), u"4001"_s);
+    RecordingClient sdk(realtime(server.port, VTAEnvironment::testDefault().pusherKey()));
+    RecordingClient client(realtime(server.port, u"mine"_s));
+    ASSERT_TRUE(waitUntil([&] { return sdk.closed && !client.frames.isEmpty(); }));
+    EXPECT_EQ(sdk.socket.closeCode(), 4001);
+    EXPECT_EQ(dataOf(client.frames[0])["activity_timeout"_L1], 1);
+    // A client that completes the upgrade and then never answers is pinged after the activity
+    // timeout (a coarse timer may fire a little early) and closed 0.3 s later with 4201.
+    QElapsedTimer clock;
+    clock.start();
+    QTcpSocket mute;
+    mute.connectToHost(QHostAddress::LocalHost, server.port);
+    mute.write(
+        "GET /app/mine?protocol=7 HTTP/1.1\r\nHost: 127.0.0.1\r\nUpgrade: websocket\r\nConnection: "
+        "Upgrade\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Version: "
+        "13\r\n\r\n");
+    QByteArray received;
+    qint64 pingAt = -1;
+    QObject::connect(&mute, &QTcpSocket::readyRead, [&] {
+        received += mute.readAll();
+        if (pingAt < 0 && received.contains('\x89')) // the first byte of a ping frame
+            pingAt = clock.elapsed();
+    });
+    ASSERT_TRUE(waitUntil([&] { return received.contains('\x88'); })) << received.toStdString();
+    EXPECT_GE(pingAt, 900);
+    // A close frame: 0x88, the payload length, then the code in network order.
+    const QByteArray close = received.sliced(received.indexOf('\x88'));
+    EXPECT_EQ(close.size() >= 4 ? uchar(close[2]) << 8 | uchar(close[3]) : 0, 4201);
+
+    EXPECT_FALSE(client.closed); // Qt's websocket answers pings by itself
+    EXPECT_EQ(server.terminate(), 0);
+    ASSERT_TRUE(waitUntil([&] { return client.closed; }));
+    EXPECT_EQ(client.socket.closeCode(), 1001);
 }
