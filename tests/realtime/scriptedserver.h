@@ -1,168 +1,210 @@
 #pragma once
 
-// A websocket server in the test's own process that does exactly what the test tells it: send
-// any frame, close with any code, drop the connection, or say nothing at all. It records every
-// connection and every frame it receives.
+// Shared by the realtime tests: a delegate that writes down every call it hears, and a rig that
+// runs the overlay's helper, in virtual time, against a websocket server in the process that does
+// exactly what the test tells it (any frame, any close code, a dropped connection, silence).
 
+#include "vantora/realtime/pusherclient_p.h"
+#include "vantora/realtime/pusherhelper_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
+#include <vantora/records/vtadeployment.h>
+#include <vantora/records/vtaenvironment.h>
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QList>
 #include <QPointer>
 #include <QWebSocket>
 #include <QWebSocketServer>
+
+#include <gtest/gtest.h>
 
 #include <functional>
 
 namespace Vantora::TestSupport {
 
-/// Runs the event loop and what the virtual clock has due, without moving virtual time, until
-/// `done` or a real-time deadline; network traffic itself takes real time.
-inline bool spinUntil(VirtualTimeScheduler &clock, const std::function<bool()> &done,
-                      int deadlineMs = 5000)
+using namespace Qt::Literals::StringLiterals;
+using ms = std::chrono::milliseconds;
+
+/// `{"event": …, "data": …, "channel": …}`, without the members left out.
+inline QJsonObject frame(const QString &event, const QJsonValue &data = QJsonValue::Undefined,
+                         const QJsonValue &channel = QJsonValue::Undefined)
 {
-    QDeadlineTimer deadline(deadlineMs);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        clock.runPending();
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
+    QJsonObject object{{u"event"_s, event}};
+    object.insert(u"data"_s, data); // an undefined value leaves the member out
+    object.insert(u"channel"_s, channel);
+    return object;
 }
 
-/// Lets real time pass with the event loop running, to see that something does not happen.
-inline void settle(VirtualTimeScheduler &clock, int ms = 60)
+/// The JSON text without blanks and with its keys sorted, to compare frames by their content.
+inline QString compact(const QByteArray &json)
 {
-    spinUntil(
-        clock, [] { return false; }, ms);
+    return QString::fromUtf8(QJsonDocument::fromJson(json).toJson(QJsonDocument::Compact));
 }
 
-class ScriptedServer : public QObject
+/// Writes down every call it hears, one line each: "poll P1 45s close once pause at 9" (the time
+/// on screen, the options set, the starting time if any), "info [P1] - []", "win Home 2 abc".
+class RecordingDelegate : public QObject, public PusherHelperDelegate
 {
+    using O = InteractionOptions;
+
 public:
+    QStringList calls;
+
+    void inject(const Poll &p, const O &o, qint64 t) override { add("poll", p.id, o, t); }
+    void inject(const Rating &r, const O &o, qint64 t) override { add("rating", r.id, o, t); }
+    void inject(const QString &id, const O &o, qint64 t) override { add("trivia", id, o, t); }
+    void updatedInfo(const std::optional<QList<Poll>> &polls,
+                     const std::optional<QList<Rating>> &ratings,
+                     const std::optional<QList<Poll>> &predictions) override
+    {
+        calls << u"info "_s + ids(polls) + u' ' + ids(ratings) + u' ' + ids(predictions);
+    }
+    void didClose(const QString &pollID) override { calls << u"close "_s + pollID; }
+    void didReceivePredictionResult(const PredictionWin &w) override
+    {
+        calls << u"win %1 %2 %3"_s.arg(w.answer).arg(w.winAmount).arg(w.pollID.value_or(u"-"_s));
+    }
+    void didRequestRefresh() override { calls << u"refresh"_s; }
+
+private:
+    void add(const char *kind, const QString &id, const O &o, qint64 at)
+    {
+        calls << QLatin1StringView(kind) + u' ' + id + u" %1s"_s.arg(o.time)
+                + (o.closeAfter ? u" close"_s : u""_s) + (o.hideAnswered ? u" once"_s : u""_s)
+                + (o.pause ? u" pause"_s : u""_s) + (at ? u" at %1"_s.arg(at) : u""_s);
+    }
+    template <class Item>
+    static QString ids(const std::optional<QList<Item>> &items)
+    {
+        QStringList ids;
+        for (const Item &item : items.value_or(QList<Item>{}))
+            ids << item.id;
+        return items ? u'[' + ids.join(u',') + u']' : u"-"_s;
+    }
+};
+
+/// A helper for channel 42 on a scripted server: what its delegate and the server hear, and when
+/// its client started each attempt and each wait to reconnect. Checks use the newest connection.
+struct Rig
+{
     struct Connection
     {
         QPointer<QWebSocket> socket;
-        QUrl url;
-        QList<QJsonObject> received; ///< text frames, parsed
-        QStringList unparsed; ///< text frames that are not JSON objects
-        int pongs = 0;
+        QStringList received; ///< the text frames, as compact JSON with sorted keys
         bool closed = false;
-        int closeCode = 0; ///< the close code the client sent, if it sent one
+        int closeCode = 0; ///< the client's, if it sent one
     };
 
-    ScriptedServer() : m_server(QStringLiteral("scripted"), QWebSocketServer::NonSecureMode)
+    Rig()
     {
-        listen(0);
-        QObject::connect(&m_server, &QWebSocketServer::newConnection, this, [this] {
-            while (QWebSocket *socket = m_server.nextPendingConnection())
-                accept(socket);
+        QObject::connect(&server, &QWebSocketServer::newConnection, &server, [this] {
+            while (QWebSocket *socket = server.nextPendingConnection()) {
+                socket->setParent(&server); // not by itself
+                const qsizetype index = connections.size();
+                connections.append({socket, {}, false, 0});
+                QObject::connect(socket, &QWebSocket::textMessageReceived, &server,
+                                 [this, index](const QString &text) {
+                                     connections[index].received << compact(text.toUtf8());
+                                 });
+                QObject::connect(socket, &QWebSocket::disconnected, &server, [=, this] {
+                    connections[index].closed = true;
+                    connections[index].closeCode = socket->closeCode();
+                });
+            }
+        });
+    }
+    void start()
+    {
+        VTADeployment deployment = VTADeployment::current();
+        deployment.realtimeURL = u"ws://127.0.0.1:%1"_s.arg(port);
+        VTADeployment::configure(deployment);
+        helper.setDelegate(&delegate, &delegate);
+        helper.connect(u"42"_s, {}, VTAEnvironment({}, {}, u"K"_s, u"us2"_s, u"test3"_s));
+        attempts << clock.monotonicTime();
+        read = 0;
+        QObject::connect(helper.pusher(), &PusherClient::stateChanged, [this](auto state) {
+            using enum PusherClient::State;
+            if (state == Connecting || state == WaitingToReconnect)
+                (state == Connecting ? attempts : losses) << clock.monotonicTime();
         });
     }
 
-    // The sockets go first, quietly: the listening server's own sockets below them would
-    // otherwise report their end to handlers whose records are already gone.
-    ~ScriptedServer() override
+    /// Runs the event loop and what the virtual clock has due, without moving virtual time,
+    /// until `done` or a real-time deadline; network traffic itself takes real time.
+    bool until(const std::function<bool()> &done, int realMs = 5000)
     {
-        const QList<QWebSocket *> sockets = findChildren<QWebSocket *>(Qt::FindDirectChildrenOnly);
-        for (QWebSocket *socket : sockets) {
-            QObject::disconnect(socket, nullptr, this, nullptr);
-            delete socket;
+        for (const QDeadlineTimer deadline(realMs); !done(); clock.runPending()) {
+            if (deadline.hasExpired())
+                return false;
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
         }
+        return true;
+    }
+    /// Lets a moment of real time pass, to see that nothing happens.
+    void settle()
+    {
+        until([] { return false; }, 60);
+    }
+    qsizetype newest() const { return connections.size() - 1; }
+    void send(qsizetype index, const QByteArray &text)
+    {
+        connections[index].socket->sendTextMessage(QString::fromUtf8(text));
+    }
+    void send(qsizetype i, const QJsonObject &o) { send(i, QJsonDocument(o).toJson()); }
+    void handshake(const QJsonValue &data = u"{\"socket_id\":\"1.2\",\"activity_timeout\":10}"_s)
+    {
+        ASSERT_TRUE(until([&] { return !connections.isEmpty(); }));
+        send(newest(), frame(u"pusher:connection_established"_s, data));
+        next(R"({"event":"pusher:subscribe","data":{"channel":"CH_42"}})");
+    }
+    /// The client's next frame on the newest connection, exactly.
+    void next(const char *json)
+    {
+        const QStringList &received = connections[newest()].received;
+        ASSERT_TRUE(until([&] { return received.size() > read; })) << "nothing sent";
+        EXPECT_EQ(received[read++], compact(json));
+    }
+    /// For a moment of real time: no other frame, no new connection and the newest still open.
+    void quiet()
+    {
+        const qsizetype count = connections.size();
+        settle();
+        EXPECT_EQ(connections[newest()].received.mid(read), QStringList{});
+        EXPECT_EQ(connections.size(), count);
+        EXPECT_FALSE(connections[newest()].closed);
+    }
+    /// Sends the frames and a marker; once the marker arrives, so have their effects.
+    void sendAndWait(const QList<QJsonObject> &frames)
+    {
+        for (const QJsonObject &each : frames + QList{frame(u"initiateRefresh"_s, {}, u"CH_42"_s)})
+            send(newest(), each);
+        ASSERT_TRUE(until([&] { return delegate.calls.removeAll(u"refresh"_s) == 1; }));
+    }
+    /// The attempt after the `loss`th loss starts exactly `delay` after it; when the server
+    /// listens, it then has `loss + 1` connections, and the one before the newest is closed.
+    void expectRetry(qsizetype loss, ms delay, bool listening = true)
+    {
+        SCOPED_TRACE(testing::Message() << "loss " << loss << ", delay " << delay.count() << " ms");
+        ASSERT_TRUE(until([&] { return losses.size() >= loss; }));
+        clock.advanceBy(losses[loss - 1] + delay - clock.monotonicTime());
+        ASSERT_GT(attempts.size(), loss) << "too late";
+        EXPECT_EQ(attempts[loss], losses[loss - 1] + delay);
+        read = 0;
+        EXPECT_TRUE(!listening || until([&] {
+            return connections.size() == loss + 1 && connections[loss - 1].closed;
+        }));
     }
 
-    bool listen(quint16 port)
-    {
-        const bool ok = m_server.listen(QHostAddress::LocalHost, port);
-        if (ok)
-            m_port = m_server.serverPort();
-        return ok;
-    }
-    /// Stops taking connections (later attempts are refused); the open ones stay.
-    void stopListening() { m_server.close(); }
-
-    quint16 port() const { return m_port; }
-    QList<Connection> &connections() { return m_connections; }
-    Connection &connection(qsizetype index) { return m_connections[index]; }
-    Connection &last() { return m_connections.last(); }
-    qsizetype count() const { return m_connections.size(); }
-    qsizetype openCount() const
-    {
-        return std::count_if(m_connections.begin(), m_connections.end(),
-                             [](const Connection &c) { return !c.closed; });
-    }
-
-    void send(qsizetype index, const QByteArray &frame)
-    {
-        m_connections[index].socket->sendTextMessage(QString::fromUtf8(frame));
-    }
-    void send(qsizetype index, const QJsonObject &frame)
-    {
-        send(index, QJsonDocument(frame).toJson(QJsonDocument::Compact));
-    }
-    /// `pusher:connection_established`, its data a JSON text as the service sends it.
-    void handshake(qsizetype index, const QJsonObject &data)
-    {
-        send(index,
-             QJsonObject{{QStringLiteral("event"), QStringLiteral("pusher:connection_established")},
-                         {QStringLiteral("data"),
-                          QString::fromUtf8(QJsonDocument(data).toJson(QJsonDocument::Compact))}});
-    }
-    void handshake(qsizetype index, int activityTimeout = 120)
-    {
-        handshake(index,
-                  QJsonObject{{QStringLiteral("socket_id"), QStringLiteral("1234.5678")},
-                              {QStringLiteral("activity_timeout"), activityTimeout}});
-    }
-    void closeWith(qsizetype index, int code, const QString &reason = {})
-    {
-        m_connections[index].socket->close(QWebSocketProtocol::CloseCode(code), reason);
-    }
-    /// Drops the TCP connection without a close frame.
-    void drop(qsizetype index) { m_connections[index].socket->abort(); }
-
-    /// What the client sent on a connection, as event names.
-    QStringList events(qsizetype index) const
-    {
-        QStringList names;
-        for (const QJsonObject &frame : m_connections[index].received)
-            names << frame.value(QStringLiteral("event")).toString();
-        return names;
-    }
-
-    std::function<void(qsizetype index)> onConnection; ///< e.g. to hand-shake at once
-
-private:
-    void accept(QWebSocket *socket)
-    {
-        socket->setParent(this);
-        const qsizetype index = m_connections.size();
-        m_connections.append(Connection{socket, socket->requestUrl(), {}, {}, 0, false, 0});
-        QObject::connect(socket, &QWebSocket::textMessageReceived, this,
-                         [this, index](const QString &text) {
-                             const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
-                             if (document.isObject())
-                                 m_connections[index].received.append(document.object());
-                             else
-                                 m_connections[index].unparsed.append(text);
-                         });
-        QObject::connect(socket, &QWebSocket::pong, this,
-                         [this, index] { ++m_connections[index].pongs; });
-        QObject::connect(socket, &QWebSocket::disconnected, this, [this, index, socket] {
-            m_connections[index].closed = true;
-            m_connections[index].closeCode = socket->closeCode();
-        });
-        if (onConnection)
-            onConnection(index);
-    }
-
-    QWebSocketServer m_server;
-    quint16 m_port = 0;
-    QList<Connection> m_connections;
+    VirtualTimeScheduler clock;
+    QList<Connection> connections; ///< outlives the server, whose end its sockets may report
+    QWebSocketServer server{u"scripted"_s, QWebSocketServer::NonSecureMode};
+    const quint16 port = server.listen(QHostAddress::LocalHost) ? server.serverPort() : 0;
+    RecordingDelegate delegate;
+    PusherHelper helper;
+    QList<ms> attempts, losses;
+    qsizetype read = 0; ///< frames of the newest connection checked by next()
 };
 
 } // namespace Vantora::TestSupport

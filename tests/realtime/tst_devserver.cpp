@@ -1,16 +1,10 @@
-// The realtime channel against the real dev server, in real time: a broadcaster's injection
-// reaches the typed delegate call, and after the server is killed and started again the client
-// reconnects, resubscribes and receives the next one on its own.
+// The realtime layer against the real dev server, in real time: each of the channel's seven
+// events, pushed from the broadcaster's side, becomes its typed call once and intact; after the
+// server is killed and started again the client comes back on its own and hears the next one.
 
+#include "scriptedserver.h"
 #include "serverprocess.h"
-#include "vantora/realtime/pusherhelper_p.h"
 
-#include <vantora/records/vtadeployment.h>
-#include <vantora/records/vtaenvironment.h>
-
-#include <QJsonArray>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -21,73 +15,54 @@ using namespace Vantora;
 using namespace Vantora::DevServerTest;
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-class InjectedPolls : public QObject, public PusherHelperDelegate
+TEST(RealtimeAgainstDevServer, everyEventArrivesAndTheClientSurvivesAServerRestart)
 {
-public:
-    QStringList polls;
-
-    void inject(const Poll &poll, const InteractionOptions &, qint64) override
-    {
-        polls.append(poll.id);
-    }
-    void inject(const Rating &, const InteractionOptions &, qint64) override { }
-    void inject(const QString &, const InteractionOptions &, qint64) override { }
-    void updatedInfo(const std::optional<QList<Poll>> &, const std::optional<QList<Rating>> &,
-                     const std::optional<QList<Poll>> &) override
-    { }
-    void didClose(const QString &) override { }
-    void didReceivePredictionResult(const PredictionWin &) override { }
-    void didRequestRefresh() override { }
-};
-
-bool subscribed(quint16 port)
-{
-    const QJsonArray connections = admin(port, u"realtime/connections"_s).array();
-    for (const QJsonValue &connection : connections) {
-        if (connection["channels"_L1].toArray().contains(u"CH_1001"_s))
-            return true;
-    }
-    return false;
-}
-
-} // namespace
-
-TEST(RealtimeAgainstDevServer, injectionsArriveAndSurviveAServerRestart)
-{
-    const QString program = QStringLiteral(VANTORA_DEVSERVER);
     QTemporaryDir dir;
     QStringList arguments{u"--port"_s, u"0"_s,    u"--data"_s,
-                          demoFolder,  u"--db"_s, dir.filePath(u"live.sqlite"_s)};
-    auto server = std::make_unique<ServerProcess>(program, arguments);
+                          demoFolder,  u"--db"_s, dir.filePath(u"db"_s)};
+    auto server = std::make_unique<ServerProcess>(QStringLiteral(VANTORA_DEVSERVER), arguments);
     const quint16 port = server->port;
     ASSERT_NE(port, 0);
-
     VTADeployment deployment = VTADeployment::current();
     deployment.realtimeURL = u"ws://127.0.0.1:%1"_s.arg(port);
     VTADeployment::configure(deployment);
-    InjectedPolls overlay;
+    TestSupport::RecordingDelegate overlay;
     PusherHelper helper;
     helper.setDelegate(&overlay, &overlay);
     helper.connect(u"1001"_s, u"vantora-demo"_s, VTAEnvironment::testDefault());
+    const auto subscribed = [&] {
+        return helper.pusher()->isSubscribed(u"CH_1001"_s);
+    };
+    ASSERT_TRUE(waitUntil(subscribed, 10000));
 
-    ASSERT_TRUE(waitUntil([&] { return subscribed(port); }, 10000));
-    admin(port, u"inject"_s,
-          {{u"channel"_s, u"1001"_s}, {u"kind"_s, u"poll"_s}, {u"id"_s, u"p100"_s}});
-    ASSERT_TRUE(waitUntil([&] { return overlay.polls.size() == 1; }, 10000));
-    EXPECT_EQ(overlay.polls, QStringList{u"p100"_s});
+    const auto push = [port](const char *path, const QByteArray &body) {
+        QJsonObject object = QJsonDocument::fromJson(body).object();
+        object.insert(u"channel"_s, u"1001"_s);
+        admin(port, QString::fromUtf8(path), object);
+    };
+    const QByteArray shown = R"("timeToStay":45,"starting_time":9,"once_per_user":false})";
+    push("inject", R"({"kind":"poll","id":"p100",)" + shown);
+    push("inject", R"({"kind":"rating","id":"r300",)" + shown);
+    push("inject", R"({"kind":"trivia","id":"t400",)" + shown);
+    push("streamer-info", "{}");
+    push("stop-poll", R"({"poll":"p101"})");
+    push("settle", R"({"poll":"pr200","answer":"Reds","winAmount":12.5})");
+    push("refresh", "{}");
+    ASSERT_TRUE(waitUntil([&] { return overlay.calls.size() >= 7; }, 10000));
+    EXPECT_EQ(overlay.calls.join(u'|'),
+              u"poll p100 45s close at 9|rating r300 45s close at 9|"
+              u"trivia t400 45s close at 9|"
+              u"info [p100,p101,p102,p103] [r300] [pr200]|close p101|"
+              u"win Reds 12.5 pr200|refresh"_s);
 
     server->killHard();
     server.reset();
     arguments[1] = QString::number(port);
-    server = std::make_unique<ServerProcess>(program, arguments);
+    server = std::make_unique<ServerProcess>(QStringLiteral(VANTORA_DEVSERVER), arguments);
     ASSERT_EQ(server->port, port);
-    // The client finds the server again within its back-off, with no call from anyone.
-    ASSERT_TRUE(waitUntil([&] { return subscribed(port); }, 20000));
-    admin(port, u"inject"_s,
-          {{u"channel"_s, u"1001"_s}, {u"kind"_s, u"poll"_s}, {u"id"_s, u"p101"_s}});
-    ASSERT_TRUE(waitUntil([&] { return overlay.polls.size() == 2; }, 10000));
-    EXPECT_EQ(overlay.polls, (QStringList{u"p100"_s, u"p101"_s}));
+    ASSERT_TRUE(waitUntil(subscribed, 20000)) << "found again within the back-off, unasked";
+    push("stop-poll", R"({"poll":"p102"})");
+    ASSERT_TRUE(waitUntil([&] { return overlay.calls.size() >= 8; }, 10000));
+    EXPECT_EQ(overlay.calls.sliced(7), QStringList{u"close p102"_s});
     helper.close();
 }

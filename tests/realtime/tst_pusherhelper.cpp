@@ -1,20 +1,11 @@
-// PusherHelper: the seven events' payloads and the delegate calls they become, the injection
-// delay, the weak delegate, and one run over a real socket.
+// The live channel as the overlay holds it, in virtual time: what each of its seven events makes
+// the delegate hear, and when, or that it is dropped; the host it connects to; what the server
+// hears and when; and whether and when the client comes back after a loss.
 
-#include "vantora/realtime/liveevents_p.h"
-#include "vantora/realtime/pusherclient_p.h"
-#include "vantora/realtime/pusherhelper_p.h"
-#include "vantora/toolkit/virtualtimescheduler_p.h"
-#include <vantora/records/vtadeployment.h>
-#include <vantora/records/vtaenvironment.h>
+#include <vantora/version.h>
 
 #include "scriptedserver.h"
 #include "testsupport.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QLoggingCategory>
 
 #include <gtest/gtest.h>
 
@@ -22,495 +13,309 @@
 
 using namespace Vantora;
 using namespace Vantora::TestSupport;
-using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
-QString flagText(bool value)
+// A data text with its stand-ins written out: {P} poll P1, {R} rating R1, {id} the reference to
+// poll "abc", {all} every option of an injection, {huge} an integer of 401 digits.
+std::optional<QString> expand(const char *data)
 {
-    return value ? u"1"_s : u"0"_s;
+    if (!data)
+        return std::nullopt;
+    return QString::fromUtf8(data)
+        .replace(u"{P}"_s,
+                 uR"({"name":"Who wins?","id":"P1","question":"Who?","questionType":"poll",)"
+                 uR"("type":"poll","hideButtons":0,"image":"","time_limit":20,"viewType":"bar",)"
+                 uR"("status":"active","answers":[{"answer":"Home","reward":5,)"
+                 uR"("isRewardSent":false}],"prizes":[],"expoints":"10"})"_s)
+        .replace(u"{R}"_s,
+                 uR"({"name":"Rate it","id":"R1","icon":"star","optionsNumber":"5","prizes":[]})"_s)
+        .replace(u"{id}"_s, uR"({"_id":{"$id":"abc"}})"_s)
+        .replace(u"{all}"_s,
+                 uR"("smartTV":true,"once_per_user":true,)"
+                 uR"("close_post_interaction":true,"timeToStay":45,"starting_time":9)"_s)
+        .replace(u"{huge}"_s, u'1' + QString(400, u'0'));
 }
 
-QString optionsText(const InteractionOptions &options, qint64 timestamp)
+QJsonObject stopPoll(const QString &id, const QString &channel = u"CH_42"_s)
 {
-    return u"time=%1 closeAfter=%2 hideAnswered=%3 pause=%4 at=%5"_s.arg(options.time)
-        .arg(flagText(options.closeAfter), flagText(options.hideAnswered), flagText(options.pause))
-        .arg(timestamp);
+    return frame(u"stop_poll"_s, uR"({"poll":{"_id":{"$id":"%1"}}})"_s.arg(id), channel);
 }
-
-template <class Item>
-QString idsText(const std::optional<QList<Item>> &items)
-{
-    if (!items)
-        return u"absent"_s;
-    QStringList ids;
-    for (const Item &item : *items)
-        ids << item.id;
-    return u"["_s + ids.join(u',') + u"]"_s;
-}
-
-// Writes down every call, one line each.
-class RecordingDelegate : public QObject, public PusherHelperDelegate
-{
-public:
-    QStringList calls;
-
-    void inject(const Poll &poll, const InteractionOptions &options, qint64 timestamp) override
-    {
-        calls << u"poll "_s + poll.id + u' ' + optionsText(options, timestamp);
-    }
-    void inject(const Rating &rating, const InteractionOptions &options, qint64 timestamp) override
-    {
-        calls << u"rating "_s + rating.id + u' ' + optionsText(options, timestamp);
-    }
-    void inject(const QString &triviaID, const InteractionOptions &options,
-                qint64 timestamp) override
-    {
-        calls << u"trivia "_s + triviaID + u' ' + optionsText(options, timestamp);
-    }
-    void updatedInfo(const std::optional<QList<Poll>> &polls,
-                     const std::optional<QList<Rating>> &ratings,
-                     const std::optional<QList<Poll>> &predictions) override
-    {
-        calls << u"info polls=%1 ratings=%2 predictions=%3"_s.arg(idsText(polls), idsText(ratings),
-                                                                  idsText(predictions));
-    }
-    void didClose(const QString &pollID) override { calls << u"close "_s + pollID; }
-    void didReceivePredictionResult(const PredictionWin &win) override
-    {
-        calls << u"win answer=%1 amount=%2 poll=%3"_s.arg(win.answer)
-                     .arg(win.winAmount)
-                     .arg(win.pollID.value_or(u"absent"_s));
-    }
-    void didRequestRefresh() override { calls << u"refresh"_s; }
-};
-
-QJsonObject pollJson(const QString &id)
-{
-    return QJsonObject{
-        {u"name"_s, u"Who wins?"_s},
-        {u"id"_s, id},
-        {u"question"_s, u"Who wins tonight?"_s},
-        {u"questionType"_s, u"text"_s},
-        {u"type"_s, u"poll"_s},
-        {u"hideButtons"_s, 0},
-        {u"image"_s, u""_s},
-        {u"time_limit"_s, 20},
-        {u"viewType"_s, u"percent"_s},
-        {u"status"_s, u"active"_s},
-        {u"answers"_s,
-         QJsonArray{
-             QJsonObject{{u"answer"_s, u"Home"_s}, {u"reward"_s, 5}, {u"isRewardSent"_s, false}}}},
-        {u"prizes"_s, QJsonArray{}},
-        {u"expoints"_s, u"10"_s},
-    };
-}
-
-QJsonObject ratingJson(const QString &id)
-{
-    return QJsonObject{
-        {u"name"_s, u"Rate the goal"_s}, {u"id"_s, id},
-        {u"icon"_s, u"star"_s},          {u"optionsNumber"_s, u"5"_s},
-        {u"prizes"_s, QJsonArray{}},
-    };
-}
-
-QJsonObject with(QJsonObject object, const QString &key, const QJsonValue &value)
-{
-    if (value.isUndefined())
-        object.remove(key);
-    else
-        object.insert(key, value);
-    return object;
-}
-
-std::optional<QString> text(const QJsonObject &payload)
-{
-    return QString::fromUtf8(QJsonDocument(payload).toJson(QJsonDocument::Compact));
-}
-
-const QJsonValue absent = QJsonValue(QJsonValue::Undefined);
-
-// An injection with the gate open and every option written out.
-QJsonObject injection(const QString &itemKey, const QJsonValue &item)
-{
-    return QJsonObject{{u"smartTV"_s, true},
-                       {u"once_per_user"_s, true},
-                       {u"close_post_interaction"_s, true},
-                       {u"timeToStay"_s, 45},
-                       {u"starting_time"_s, 1767225600},
-                       {itemKey, item}};
-}
-
-QJsonObject pollPath(const QJsonValue &id)
-{
-    return QJsonObject{{u"poll"_s, QJsonObject{{u"_id"_s, QJsonObject{{u"$id"_s, id}}}}}};
-}
-
-QJsonObject win(const QJsonValue &answer, const QJsonValue &amount)
-{
-    return with(with(pollPath(u"abc"_s), u"answer"_s, answer), u"winAmount"_s, amount);
-}
-
-// Catches the realtime category's debug lines: why an event did nothing.
-class DropLog
-{
-public:
-    DropLog()
-    {
-        QLoggingCategory::setFilterRules(u"vantora.realtime.debug=true"_s);
-        lines().clear();
-        m_previous = qInstallMessageHandler(&DropLog::handle);
-    }
-    ~DropLog()
-    {
-        qInstallMessageHandler(m_previous);
-        QLoggingCategory::setFilterRules(QString());
-    }
-    static QStringList &lines()
-    {
-        static QStringList all;
-        return all;
-    }
-
-private:
-    static void handle(QtMsgType, const QMessageLogContext &context, const QString &message)
-    {
-        if (qstrcmp(context.category, "vantora.realtime") == 0)
-            lines() << message;
-    }
-    QtMessageHandler m_previous = nullptr;
-};
-
-struct PayloadRow
-{
-    const char *name;
-    QString event;
-    std::optional<QString> data;
-    QStringList calls; ///< what the delegate hears
-    QString dropReason = {}; ///< for a drop: part of the line that explains it
-};
 
 } // namespace
 
-TEST(PusherHelperPayloads, eachPayloadBecomesItsCallOrIsDroppedWithItsReason)
+TEST(PusherHelper, eachPayloadBecomesItsCallInItsTimeOrNothing)
 {
-    const QString gate = u"time=45 closeAfter=1 hideAnswered=1 pause=0 at=1767225600"_s;
-    const QJsonObject poll = injection(u"poll"_s, pollJson(u"P1"_s));
-    const QString notForTV = u"not for smart TVs"_s;
-    const QString noPollID = u"no text at poll._id.$id"_s;
-    const QJsonObject infoLists{{u"polls"_s, QJsonArray{pollJson(u"P1"_s), pollJson(u"P2"_s)}},
-                                {u"ratings"_s, QJsonArray{ratingJson(u"R1"_s)}},
-                                {u"predictions"_s, QJsonArray{pollJson(u"W1"_s)}}};
-    auto options = [](const QString &time, const QString &flags = u"0 hideAnswered=0"_s) {
-        return u"time="_s + time + u" closeAfter="_s + flags + u" pause=0 at=0"_s;
+    const struct Row
+    {
+        const char *event;
+        const char *data; ///< null: the frame had no data text
+        const char *call; ///< empty: dropped
+    } rows[] = {
+        {"injectPoll", R"({{all},"poll":{P}})", "poll P1 45s close once at 9"},
+        {"injectRating", R"({{all},"rating":{R}})", "rating R1 45s close once at 9"},
+        {"injectQuiz", R"({{all},"id":"T1"})", "trivia T1 45s close once at 9"},
+        {"injectPoll", R"({"smartTV":true,"poll":{P}})", "poll P1 30s"},
+        {"injectPoll", R"({"poll":{P}})", ""},
+        {"injectQuiz", R"({"smartTV":false,"id":"T1"})", ""},
+        {"injectPoll", R"({"smartTV":true,"timeToStay":"45","poll":{P}})", "poll P1 45s"},
+        {"injectPoll", R"({"smartTV":true,"timeToStay":45.0,"poll":{P}})", "poll P1 45s"},
+        {"injectPoll",
+         R"({"smartTV":true,"timeToStay":45.5,"starting_time":"9","once_per_user":1,)"
+         R"("close_post_interaction":"true","poll":{P}})",
+         "poll P1 30s"},
+        // JSON has no integer limit: beyond 64 bits an option takes its default.
+        {"injectPoll", R"({"smartTV":true,"timeToStay":{huge},"starting_time":-{huge},"poll":{P}})",
+         "poll P1 30s"},
+        {"injectPoll", R"({"smartTV":true,"poll":{"id":"P1"}})", ""},
+        {"injectRating", R"({"smartTV":true})", ""},
+        {"injectQuiz", R"({"smartTV":true,"id":5})", ""},
+        {"injectPoll", nullptr, ""},
+        {"stop_poll", R"({"poll":)", ""},
+        {"pollWin", "", ""},
+        {"streamerInfo", "[1,2]", ""},
+        {"streamerInfo", R"({"streamerInfo":{"polls":[{P}],"ratings":[{R}],"predictions":[{P}]}})",
+         "info [P1] [R1] [P1]"},
+        {"streamerInfo", R"({"streamerInfo":{"polls":[],"ratings":[{R},7]}})", "info [] - -"},
+        {"streamerInfo", R"({"streamerInfo":{"polls":"P1","ratings":1}})", ""},
+        {"streamerInfo", R"({"streamerInfo":"{}"})", ""},
+        {"stop_poll", R"({"poll":{id}})", "close abc"},
+        {"stop_poll", R"({"poll":{"_id":{"$id":7}}})", ""},
+        {"stop_poll", R"({"poll":{"_id":{"id":"abc"}}})", ""},
+        {"pollWin", R"({"poll":{id},"answer":"Home","winAmount":"12.5"})", "win Home 12.5 abc"},
+        {"pollWin", R"({"poll":{id},"answer":"Home","winAmount":"lots"})", "win Home 0 abc"},
+        {"pollWin", R"({"poll":{id},"answer":"Home","winAmount":12.5})", ""},
+        {"pollWin", R"({"poll":{id},"winAmount":"1"})", ""},
+        {"initiateRefresh", nullptr, "refresh"},
+        {"initiateRefresh", "not json", "refresh"},
     };
-    const QJsonObject bare{{u"smartTV"_s, true}, {u"poll"_s, pollJson(u"P1"_s)}};
-
-    const PayloadRow rows[] = {
-        // The three injections, their gate and their options.
-        {"poll with every option", u"injectPoll"_s, text(poll), {u"poll P1 "_s + gate}},
-        {"rating with every option",
-         u"injectRating"_s,
-         text(injection(u"rating"_s, ratingJson(u"R1"_s))),
-         {u"rating R1 "_s + gate}},
-        {"trivia with every option",
-         u"injectQuiz"_s,
-         text(injection(u"id"_s, u"T1"_s)),
-         {u"trivia T1 "_s + gate}},
-        {"no smartTV", u"injectPoll"_s, text(with(poll, u"smartTV"_s, absent)), {}, notForTV},
-        {"smartTV false", u"injectPoll"_s, text(with(poll, u"smartTV"_s, false)), {}, notForTV},
-        {"smartTV 1 is no boolean",
-         u"injectQuiz"_s,
-         text(with(poll, u"smartTV"_s, 1)),
-         {},
-         notForTV},
-        {"smartTV as text",
-         u"injectRating"_s,
-         text(with(poll, u"smartTV"_s, u"true"_s)),
-         {},
-         notForTV},
-        {"defaults", u"injectPoll"_s, text(bare), {u"poll P1 "_s + options(u"30"_s)}},
-        {"timeToStay text 45",
-         u"injectPoll"_s,
-         text(with(bare, u"timeToStay"_s, u"45"_s)),
-         {u"poll P1 "_s + options(u"45"_s)}},
-        {"timeToStay text +7",
-         u"injectPoll"_s,
-         text(with(bare, u"timeToStay"_s, u"+7"_s)),
-         {u"poll P1 "_s + options(u"7"_s)}},
-        {"timeToStay text abc",
-         u"injectPoll"_s,
-         text(with(bare, u"timeToStay"_s, u"abc"_s)),
-         {u"poll P1 "_s + options(u"30"_s)}},
-        {"timeToStay empty text",
-         u"injectPoll"_s,
-         text(with(bare, u"timeToStay"_s, u""_s)),
-         {u"poll P1 "_s + options(u"30"_s)}},
-        {"timeToStay text with a blank",
-         u"injectPoll"_s,
-         text(with(bare, u"timeToStay"_s, u" 45"_s)),
-         {u"poll P1 "_s + options(u"30"_s)}},
-        {"timeToStay 45.0 is whole",
-         u"injectPoll"_s,
-         uR"({"smartTV":true,"timeToStay":45.0,"poll":)"_s + *text(pollJson(u"P1"_s)) + u"}"_s,
-         {u"poll P1 "_s + options(u"45"_s)}},
-        // JSON has no integer limit: one beyond 64 bits reads as a float, so an option takes
-        // its default and a key nobody reads is ignored.
-        {"options beyond 64 bits",
-         u"injectPoll"_s,
-         uR"({"smartTV":true,"timeToStay":100000000000000000000,"starting_time":)"
-         uR"(-100000000000000000000,"n":1)"_s
-             + QString(400, u'0') + u",\"poll\":"_s + *text(pollJson(u"P1"_s)) + u"}"_s,
-         {u"poll P1 "_s + options(u"30"_s)}},
-        {"timeToStay fraction",
-         u"injectPoll"_s,
-         text(with(bare, u"timeToStay"_s, 45.5)),
-         {u"poll P1 "_s + options(u"30"_s)}},
-        {"timeToStay boolean",
-         u"injectPoll"_s,
-         text(with(bare, u"timeToStay"_s, true)),
-         {u"poll P1 "_s + options(u"30"_s)}},
-        {"starting_time as text",
-         u"injectPoll"_s,
-         text(with(bare, u"starting_time"_s, u"100"_s)),
-         {u"poll P1 "_s + options(u"30"_s)}},
-        {"flags as numbers are false",
-         u"injectPoll"_s,
-         text(with(with(bare, u"once_per_user"_s, 1), u"close_post_interaction"_s, u"true"_s)),
-         {u"poll P1 "_s + options(u"30"_s)}},
-        {"poll missing",
-         u"injectPoll"_s,
-         text(with(poll, u"poll"_s, absent)),
-         {},
-         u"poll: missing"_s},
-        {"poll with boolean hideButtons",
-         u"injectPoll"_s,
-         text(with(poll, u"poll"_s, with(pollJson(u"P1"_s), u"hideButtons"_s, true))),
-         {},
-         u"poll: hideButtons: expected integer, got boolean"_s},
-        {"rating with numeric optionsNumber",
-         u"injectRating"_s,
-         text(injection(u"rating"_s, with(ratingJson(u"R1"_s), u"optionsNumber"_s, 5))),
-         {},
-         u"rating: optionsNumber"_s},
-        {"trivia id a number", u"injectQuiz"_s, text(injection(u"id"_s, 5)), {}, u"\"id\""_s},
-        {"trivia without id",
-         u"injectQuiz"_s,
-         text(injection(u"other"_s, u"T1"_s)),
-         {},
-         u"\"id\""_s},
-        // Data that is not a JSON object.
-        {"no data text", u"injectPoll"_s, std::nullopt, {}, u"no data text"_s},
-        {"invalid JSON", u"stop_poll"_s, u"{\"poll\":"_s, {}, u"invalid JSON"_s},
-        {"empty data", u"pollWin"_s, u""_s, {}, u"invalid JSON"_s},
-        {"array", u"streamerInfo"_s, u"[1,2]"_s, {}, u"not a JSON object"_s},
-        {"unknown event", u"injectVideo"_s, text(poll), {}, u"not an event of the channel"_s},
-        // streamerInfo and its three optional lists.
-        {"three lists",
-         u"streamerInfo"_s,
-         text({{u"streamerInfo"_s, infoLists}}),
-         {u"info polls=[P1,P2] ratings=[R1] predictions=[W1]"_s}},
-        {"an empty list is present",
-         u"streamerInfo"_s,
-         text({{u"streamerInfo"_s, QJsonObject{{u"polls"_s, QJsonArray{}}}}}),
-         {u"info polls=[] ratings=absent predictions=absent"_s}},
-        {"a list that fails is absent",
-         u"streamerInfo"_s,
-         text({{u"streamerInfo"_s,
-                with(infoLists, u"ratings"_s, QJsonArray{ratingJson(u"R1"_s), 7})}}),
-         {u"info polls=[P1,P2] ratings=absent predictions=[W1]"_s}},
-        {"no list at all",
-         u"streamerInfo"_s,
-         text({{u"streamerInfo"_s, QJsonObject{{u"clocks"_s, QJsonArray{}}}}}),
-         {},
-         u"no list"_s},
-        {"no list decodes",
-         u"streamerInfo"_s,
-         text({{u"streamerInfo"_s, QJsonObject{{u"polls"_s, u"P1"_s}, {u"ratings"_s, 1}}}}),
-         {},
-         u"no list"_s},
-        {"streamerInfo a text",
-         u"streamerInfo"_s,
-         text({{u"streamerInfo"_s, u"{}"_s}}),
-         {},
-         u"not an object"_s},
-        // stop_poll and the poll._id.$id path.
-        {"stop_poll", u"stop_poll"_s, text(pollPath(u"abc"_s)), {u"close abc"_s}},
-        {"plain text poll", u"stop_poll"_s, text({{u"poll"_s, u"abc"_s}}), {}, noPollID},
-        {"$id a number", u"stop_poll"_s, text(pollPath(7)), {}, noPollID},
-        {"_id with a member that is no text",
-         u"stop_poll"_s,
-         text({{u"poll"_s,
-                QJsonObject{{u"_id"_s, QJsonObject{{u"$id"_s, u"abc"_s}, {u"n"_s, 1}}}}}}),
-         {},
-         noPollID},
-        {"_id without $id",
-         u"stop_poll"_s,
-         text({{u"poll"_s, QJsonObject{{u"_id"_s, QJsonObject{{u"id"_s, u"abc"_s}}}}}}),
-         {},
-         noPollID},
-        // pollWin: the path, and the amount as decimal text.
-        {"win",
-         u"pollWin"_s,
-         text(win(u"Home"_s, u"12.5"_s)),
-         {u"win answer=Home amount=12.5 poll=abc"_s}},
-        {"win amount in hex",
-         u"pollWin"_s,
-         text(win(u"Home"_s, u"0x1p3"_s)),
-         {u"win answer=Home amount=8 poll=abc"_s}},
-        {"win amount not a number",
-         u"pollWin"_s,
-         text(win(u"Home"_s, u"lots"_s)),
-         {u"win answer=Home amount=0 poll=abc"_s}},
-        {"win amount with a blank",
-         u"pollWin"_s,
-         text(win(u"Home"_s, u" 5"_s)),
-         {u"win answer=Home amount=0 poll=abc"_s}},
-        {"win amount a number", u"pollWin"_s, text(win(u"Home"_s, 12.5)), {}, u"winAmount"_s},
-        {"win without answer", u"pollWin"_s, text(win(absent, u"1"_s)), {}, u"winAmount"_s},
-        {"win without the poll path",
-         u"pollWin"_s,
-         text({{u"answer"_s, u"Home"_s}, {u"winAmount"_s, u"1"_s}}),
-         {},
-         noPollID},
-        // initiateRefresh never reads its data.
-        {"refresh", u"initiateRefresh"_s, u"{}"_s, {u"refresh"_s}},
-        {"refresh without data", u"initiateRefresh"_s, std::nullopt, {u"refresh"_s}},
-        {"refresh with garbage", u"initiateRefresh"_s, u"not json"_s, {u"refresh"_s}},
-    };
-
-    for (const PayloadRow &row : rows) {
-        SCOPED_TRACE(row.name);
-        VirtualTimeScheduler clock;
-        RecordingDelegate delegate;
-        PusherHelper helper;
-        helper.setDelegate(&delegate, &delegate);
-        DropLog log;
-
-        helper.handleEvent(row.event, row.data);
-        EXPECT_TRUE(delegate.calls.isEmpty()) << "calls are posted, never made in the handler";
-        clock.runPending();
-
-        EXPECT_EQ(delegate.calls, row.calls);
-        EXPECT_EQ(clock.pendingCount(), 0);
-        if (row.calls.isEmpty()) {
-            ASSERT_EQ(DropLog::lines().size(), 1) << DropLog::lines().join(u'\n').toStdString();
-            EXPECT_TRUE(DropLog::lines().first().contains(row.event))
-                << DropLog::lines().first().toStdString();
-            EXPECT_TRUE(DropLog::lines().first().contains(row.dropReason))
-                << DropLog::lines().first().toStdString();
-        } else {
-            EXPECT_EQ(DropLog::lines(), QStringList{});
-        }
-    }
-}
-
-TEST(PusherHelperDelivery, injectionsAndWinsWaitForTheDelayTheRestGoAtOnce)
-{
+    // Injections and wins line up with the picture: they wait for the injection delay.
+    const QStringList delayed{u"injectPoll"_s, u"injectRating"_s, u"injectQuiz"_s, u"pollWin"_s};
     VirtualTimeScheduler clock;
     RecordingDelegate delegate;
     PusherHelper helper;
     helper.setDelegate(&delegate, &delegate);
     helper.setInjectionDelay(5);
-
-    helper.handleEvent(u"injectPoll"_s, text(injection(u"poll"_s, pollJson(u"P1"_s))));
-    helper.handleEvent(u"stop_poll"_s, text(pollPath(u"P1"_s)));
-    helper.handleEvent(u"injectRating"_s, text(injection(u"rating"_s, ratingJson(u"R1"_s))));
-    helper.handleEvent(u"streamerInfo"_s,
-                       text({{u"streamerInfo"_s, QJsonObject{{u"polls"_s, QJsonArray{}}}}}));
-    helper.handleEvent(u"injectQuiz"_s, text(injection(u"id"_s, u"T1"_s)));
-    helper.handleEvent(u"pollWin"_s, text(win(u"Home"_s, u"3"_s)));
-    helper.handleEvent(u"initiateRefresh"_s, std::nullopt);
-
-    clock.runPending();
-    const QStringList atOnce{u"close P1"_s, u"info polls=[] ratings=absent predictions=absent"_s,
-                             u"refresh"_s};
-    EXPECT_EQ(delegate.calls, atOnce) << "a stop_poll overtakes the poll it closes";
-
-    clock.advanceBy(4999ms);
-    EXPECT_EQ(delegate.calls, atOnce);
-    clock.advanceBy(1ms);
-    const QString gate = u" time=45 closeAfter=1 hideAnswered=1 pause=0 at=1767225600"_s;
-    const QStringList delayed{u"poll P1"_s + gate, u"rating R1"_s + gate, u"trivia T1"_s + gate,
-                              u"win answer=Home amount=3 poll=abc"_s};
-    EXPECT_EQ(delegate.calls, atOnce + delayed);
-    EXPECT_EQ(clock.pendingCount(), 0);
+    LogCapture log("vantora.realtime");
+    for (const Row &row : rows) {
+        SCOPED_TRACE(testing::Message() << row.event << " " << (row.data ? row.data : "(none)"));
+        delegate.calls.clear();
+        const QString event = QString::fromUtf8(row.event);
+        helper.handleEvent(event, expand(row.data));
+        EXPECT_EQ(delegate.calls, QStringList{}) << "posted, never called from the handler";
+        if (delayed.contains(event)) {
+            clock.advanceBy(5s - 1ms);
+            EXPECT_EQ(delegate.calls, QStringList{}) << "before the injection delay";
+            clock.advanceBy(1ms);
+        }
+        clock.runPending();
+        EXPECT_EQ(delegate.calls.join(u'|'), QString::fromUtf8(row.call));
+        EXPECT_EQ(clock.pendingCount(), 0);
+        // A dropped event says why, once, at debug level; a delivered one is quiet.
+        const QStringList lines = log.take();
+        if (*row.call)
+            EXPECT_EQ(lines, QStringList{});
+        else
+            EXPECT_TRUE(lines.size() == 1 && lines[0].startsWith(u"dropped "_s + event))
+                << lines.join(u'\n').toStdString();
+    }
 }
 
-TEST(PusherHelperDelivery, theDelegateIsLookedUpWhenTheCallRuns)
+TEST(PusherHelper, aWaitingCallGoesWithTheHelper)
 {
     VirtualTimeScheduler clock;
-    auto first = std::make_unique<RecordingDelegate>();
-    RecordingDelegate second;
-    PusherHelper helper;
-    helper.setInjectionDelay(2);
-    helper.setDelegate(first.get(), first.get());
-
-    helper.handleEvent(u"injectQuiz"_s, text(injection(u"id"_s, u"T1"_s)));
-    helper.setDelegate(&second, &second);
-    clock.advanceBy(2s);
-    EXPECT_EQ(first->calls, QStringList{});
-    EXPECT_EQ(second.calls.size(), 1) << "the delegate in place when the call runs hears it";
-
-    helper.setDelegate(first.get(), first.get());
-    helper.handleEvent(u"injectQuiz"_s, text(injection(u"id"_s, u"T2"_s)));
-    helper.handleEvent(u"initiateRefresh"_s, std::nullopt);
-    first.reset(); // the overlay goes while the calls wait
-    EXPECT_EQ(helper.delegate(), nullptr);
-    clock.advanceBy(2s);
-    EXPECT_EQ(second.calls.size(), 1);
-    EXPECT_EQ(clock.pendingCount(), 0);
-
-    auto gone = std::make_unique<PusherHelper>();
-    gone->setDelegate(&second, &second);
-    gone->handleEvent(u"initiateRefresh"_s, std::nullopt);
-    gone.reset(); // a helper that goes takes its waiting calls with it
-    clock.runPending();
-    EXPECT_EQ(second.calls.size(), 1);
-}
-
-TEST(PusherHelperConnection, subscribesToTheChannelOnTheDeploymentsHostAndDeliversItsEvents)
-{
-    VirtualTimeScheduler clock;
-    ScriptedServer server;
-    server.onConnection = [&](qsizetype index) {
-        server.handshake(index);
-    };
-    const VTADeployment original = VTADeployment::current();
-    VTADeployment deployment = original;
-    deployment.realtimeURL = u"ws://127.0.0.1:%1"_s.arg(server.port());
-    VTADeployment::configure(deployment);
-
     RecordingDelegate delegate;
-    PusherHelper helper;
-    helper.setDelegate(&delegate, &delegate);
-    helper.connect(u"42"_s, u"broadcaster"_s,
-                   VTAEnvironment(u"http://127.0.0.1/userApi"_s, u"http://127.0.0.1/media"_s,
-                                  u"2c3d4e5f607182930415"_s, u"us2"_s, u"test3"_s));
-    VTADeployment::configure(original);
-    EXPECT_EQ(helper.channel(), u"CH_42"_s);
+    auto helper = std::make_unique<PusherHelper>();
+    helper->setDelegate(&delegate, &delegate);
+    helper->setInjectionDelay(5);
+    helper->handleEvent(u"injectQuiz"_s, u"{\"smartTV\":true,\"id\":\"T1\"}"_s);
+    helper->handleEvent(u"initiateRefresh"_s, std::nullopt);
+    helper.reset(); // the overlay leaves while the calls wait
+    clock.advanceBy(5s);
+    EXPECT_EQ(delegate.calls, QStringList{});
+}
 
-    ASSERT_TRUE(
-        spinUntil(clock, [&] { return server.count() == 1 && !server.events(0).isEmpty(); }));
-    EXPECT_EQ(server.connection(0).url.path(), u"/app/2c3d4e5f607182930415"_s);
-    const QJsonObject subscribe{{u"event"_s, u"pusher:subscribe"_s},
-                                {u"data"_s, QJsonObject{{u"channel"_s, u"CH_42"_s}}}};
-    EXPECT_EQ(server.connection(0).received, QList<QJsonObject>{subscribe});
+TEST(PusherHelper, connectsToTheDeploymentsRealtimeHostWithTheEnvironmentsKeyAndCluster)
+{
+    VirtualTimeScheduler clock;
+    for (const auto &[realtimeURL, url] :
+         {std::pair{"wss://ws-{cluster}.rt.example", "wss://ws-us2.rt.example:443"},
+          std::pair{"https://127.0.0.1:8443", "wss://127.0.0.1:8443"},
+          std::pair{"ws://127.0.0.1", "ws://127.0.0.1:80"},
+          std::pair{"", "wss://ws-us2.pusher.com:443"}}) {
+        VTADeployment deployment = VTADeployment::current();
+        deployment.realtimeURL = QString::fromUtf8(realtimeURL);
+        VTADeployment::configure(deployment);
+        PusherHelper helper;
+        helper.connect(u"42"_s, {}, VTAEnvironment({}, {}, u"KEY"_s, u"us2"_s, u"test3"_s));
+        helper.close();
+        EXPECT_EQ(helper.pusher()->url().toString(),
+                  QString::fromUtf8(url) + u"/app/KEY?protocol=7&client=vantora-cpp&version="_s
+                      + QStringLiteral(VANTORA_VERSION_STRING));
+    }
+}
 
-    for (const QString &channel : {u"CH_42"_s, u"CH_43"_s})
-        server.send(0,
-                    QJsonObject{{u"event"_s, u"stop_poll"_s},
-                                {u"channel"_s, channel},
-                                {u"data"_s, *text(pollPath(channel))}});
-    ASSERT_TRUE(spinUntil(clock, [&] { return !delegate.calls.isEmpty(); }));
-    settle(clock);
-    EXPECT_EQ(delegate.calls, QStringList{u"close CH_42"_s});
+TEST(PusherClient, speaksAfterTheHandshakeKeepsTheLineAliveAndGivesWayToANewLoad)
+{
+    Rig rig;
+    rig.start();
+    ASSERT_TRUE(rig.until([&] { return rig.connections.size() == 1; }));
+    rig.send(0, frame(u"pusher:ping"_s, u"{}"_s));
+    rig.send(0, stopPoll(u"early"_s));
+    rig.quiet(); // no answer and no delivery before the handshake
+    rig.handshake(); // at 0 s, with 10 s of activity time-out
+    rig.sendAndWait({frame(u"pusher:subscription_error"_s, u"{\"status\":4009}"_s, u"CH_42"_s),
+                     frame(u"pusher:connection_established"_s, u"{\"socket_id\":\"9.9\"}"_s),
+                     frame(u"pusher:ping"_s, u"{}"_s)});
+    rig.next(R"({"event":"pusher:pong","data":{}})");
+    rig.quiet(); // a refused channel is asked for again only after a reconnection
 
-    helper.close();
-    ASSERT_TRUE(spinUntil(clock, [&] { return server.openCount() == 0; }));
-    EXPECT_EQ(server.connection(0).closeCode, 1000);
-    EXPECT_EQ(helper.pusher()->state(), PusherClient::State::Disconnected);
-    EXPECT_EQ(clock.pendingCount(), 0);
+    rig.clock.advanceBy(6s);
+    rig.sendAndWait({}); // any frame puts the ping off by the full 10 s
+    rig.clock.advanceBy(10s - 1ms);
+    rig.quiet();
+    rig.clock.advanceBy(1ms);
+    rig.next(R"({"event":"pusher:ping","data":{}})");
+    rig.sendAndWait({frame(u"pusher:pong"_s, u"{}"_s)}); // at 16 s: the next ping at 26 s
+    rig.clock.advanceBy(40s - 1ms);
+    rig.next(R"({"event":"pusher:ping","data":{}})");
+    rig.quiet();
+    rig.clock.advanceBy(1ms); // 30 s after the unanswered ping the line counts as lost
+    rig.expectRetry(1, 0ms);
+    rig.handshake();
+    rig.sendAndWait({stopPoll(u"again"_s)});
+    rig.quiet();
+    rig.start(); // loading the channel again replaces the connection
+    ASSERT_TRUE(rig.until([&] { return rig.connections.size() == 3; }));
+    rig.handshake();
+    rig.sendAndWait({stopPoll(u"once"_s)});
+    EXPECT_TRUE(rig.until([&] { return rig.connections[1].closed; }));
+    EXPECT_EQ(rig.delegate.calls, (QStringList{u"close again"_s, u"close once"_s}));
+}
+
+TEST(PusherClient, pingsAfterTheShorterOfItsOwnAndTheServersActivityTimeOut)
+{
+    const std::pair<QJsonValue, ms> rows[] = {
+        {uR"({"socket_id":"1.2","activity_timeout":10})"_s, 10s}, // the server's is shorter
+        {QJsonObject{{u"socket_id"_s, u"1.2"_s}, {u"activity_timeout"_s, 500}}, 120s}, // ours
+        {uR"({"socket_id":"1.2"})"_s, 120s},
+        {uR"({"socket_id":"1.2","activity_timeout":0})"_s, 120s},
+        {uR"({"socket_id":"1.2","activity_timeout":10.0})"_s, 10s},
+        {uR"({"socket_id":"1.2","activity_timeout":10.5})"_s, 120s},
+        {uR"({"socket_id":"1.2","activity_timeout":100000000000000000000})"_s, 120s},
+        {uR"({"socket_id":"1.2","activity_timeout":9223372036854775807})"_s, 120s},
+    };
+    for (const auto &[data, pingAfter] : rows) {
+        SCOPED_TRACE(QJsonDocument(QJsonObject{{u"data"_s, data}}).toJson().toStdString());
+        Rig rig;
+        rig.start();
+        rig.handshake(data);
+        rig.clock.advanceBy(pingAfter - 1ms);
+        rig.quiet();
+        rig.clock.advanceBy(1ms);
+        rig.next(R"({"event":"pusher:ping","data":{}})");
+    }
+}
+
+TEST(PusherClient, deliversTheChannelsEventsWithTheirDataTextIgnoresTheRestUntilClosed)
+{
+    Rig rig;
+    rig.start();
+    rig.handshake();
+    const QString raw = u"{\"poll\":{\"_id\":{\"$id\":\"é\\\"x\"}}, \"n\": 1.50}"_s;
+    const QByteArray big = R"({"event":"stop_poll","channel":"CH_42","n":1)" + QByteArray(30, '0')
+        + R"(,"data":"{\"poll\":{\"_id\":{\"$id\":\"big\"}}}"})"; // JSON has no integer limit
+    for (const QByteArray &each :
+         {big, QByteArray("not json"), QByteArray(R"(["stop_poll"])"),
+          QByteArray(R"({"channel":"CH_42","data":"x"})"),
+          QByteArray(R"({"event":"stop_poll","channel":"CH_42","data":"x")")})
+        rig.send(0, each);
+    rig.connections[0].socket->sendBinaryMessage(QJsonDocument(stopPoll(u"bin"_s)).toJson());
+    rig.sendAndWait(
+        {frame(u"stop_poll"_s, raw, u"CH_42"_s), stopPoll(u"elsewhere"_s, u"CH_43"_s),
+         frame(u"stop_poll"_s, raw), frame(u"injectVideo"_s, raw, u"CH_42"_s),
+         frame(u"stop_poll"_s, QJsonObject{{u"poll"_s, u"x"_s}}, u"CH_42"_s),
+         frame(u"stop_poll"_s, 7, u"CH_42"_s), frame(u"stop_poll"_s, {}, u"CH_42"_s),
+         frame(u"pusher_internal:subscription_count"_s, u"{}"_s, u"CH_42"_s),
+         frame(u"pusher:error"_s, QJsonObject{{u"code"_s, 4301}, {u"message"_s, u"limit"_s}})});
+    rig.quiet();
+    EXPECT_EQ(rig.delegate.calls, (QStringList{u"close big"_s, u"close é\"x"_s}));
+
+    rig.helper.close();
+    rig.send(0, stopPoll(u"too late"_s));
+    EXPECT_EQ(rig.clock.pendingCount(), 0);
+    ASSERT_TRUE(rig.until([&] { return rig.connections[0].closed; }));
+    EXPECT_EQ(rig.connections[0].closeCode, 1000);
+    rig.clock.advanceBy(10min);
+    EXPECT_EQ(rig.attempts.size(), 1);
+    EXPECT_EQ(rig.delegate.calls.size(), 2);
+}
+
+TEST(PusherClient, howAConnectionEndsDecidesWhetherAndWhenTheClientComesBack)
+{
+    // How each connection ends: closed with a code, after the handshake or before it; a frame
+    // sent instead of the handshake; dropped without a close; silent; or refused.
+    const QList<ms> never, atOnce{0ms, 0ms, 0ms}, backOff{0ms, 1s, 4s}, atLeast1s{1s, 1s, 4s};
+    const std::pair<const char *, QList<ms>> rows[] = {
+        {"hand-shake, close 4000", never},
+        {"close 4099", never},
+        {R"(send {"event":"pusher:error","data":{"code":4001,"message":"no"}})", never},
+        {"close 4100", atLeast1s},
+        {"hand-shake, close 4199", {1s, 1s, 1s}},
+        {R"(send {"event":"pusher:error","data":{"code":4100}})", atLeast1s},
+        {"close 4200", atOnce},
+        {"hand-shake, close 4299", atOnce},
+        {R"(send {"event":"pusher:error","data":"{\"code\":4201}"})", atOnce},
+        {"close 3999", backOff},
+        {"close 4300", backOff},
+        {"hand-shake, close 1000", atOnce},
+        {R"(send {"event":"pusher:error","data":{"message":"no code"}})", backOff},
+        {R"(send {"event":"pusher:connection_established","data":"{\"activity_timeout\":1}"})",
+         backOff},
+        {R"(send {"event":"pusher:connection_established","data":"socket"})", backOff},
+        {"drop", backOff},
+        {"silence", backOff},
+        {"refused", {0s, 1s, 4s, 9s, 16s, 25s, 36s, 49s, 64s, 81s, 100s, 120s, 120s}},
+    };
+    for (const auto &[how, delays] : rows) {
+        SCOPED_TRACE(how);
+        const QByteArray end(how);
+        Rig rig;
+        if (end == "refused")
+            rig.server.close();
+        rig.start();
+        for (qsizetype loss = 1; loss <= std::max<qsizetype>(1, delays.size()); ++loss) {
+            const qsizetype last = loss - 1;
+            ASSERT_TRUE(end == "refused"
+                        || rig.until([&] { return rig.connections.size() == loss; }));
+            if (end.startsWith("hand-shake"))
+                rig.handshake();
+            if (end.contains("close "))
+                rig.connections[last].socket->close(
+                    QWebSocketProtocol::CloseCode(end.split(' ').last().toInt()));
+            else if (end.startsWith("send "))
+                rig.send(last, end.sliced(5));
+            else if (end == "drop")
+                rig.connections[last].socket->abort();
+            else if (end == "silence") {
+                rig.clock.advanceBy(15s);
+                EXPECT_EQ(rig.losses.value(last) - rig.attempts[last], ms(15s));
+            }
+            if (!delays.isEmpty())
+                rig.expectRetry(loss, delays[last], end != "refused");
+            if (HasFatalFailure())
+                return;
+        }
+        EXPECT_TRUE(!delays.isEmpty() || rig.until([&] {
+            return rig.helper.pusher()->state() == PusherClient::State::Disconnected;
+        }));
+        EXPECT_TRUE(!end.startsWith("send") || rig.connections[0].received.isEmpty());
+        rig.helper.close(); // while the last attempt goes on
+        EXPECT_EQ(rig.clock.pendingCount(), 0);
+        rig.clock.advanceBy(10min);
+        rig.settle();
+        EXPECT_EQ(rig.attempts.size(), delays.size() + 1);
+        EXPECT_EQ(rig.connections.size(), end == "refused" ? 0 : delays.size() + 1);
+    }
 }

@@ -1,6 +1,7 @@
 #include "testsupport.h"
 
 #include <QFile>
+#include <QLoggingCategory>
 
 #include <gtest/gtest.h>
 
@@ -49,6 +50,42 @@ QStringList StdoutCapture::lines() const
     QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
     lines.removeLast(); // the text after the last newline is not a complete line
     return lines;
+}
+
+namespace {
+
+QByteArray capturedCategory;
+QStringList captured;
+QtMessageHandler previousHandler = nullptr;
+
+void capture(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (context.category && capturedCategory == context.category)
+        captured.append(message);
+    else if (previousHandler)
+        previousHandler(type, context, message);
+}
+
+} // namespace
+
+LogCapture::LogCapture(const char *category)
+{
+    capturedCategory = category;
+    captured.clear();
+    QLoggingCategory::setFilterRules(QString::fromLatin1(capturedCategory + ".debug=true"));
+    previousHandler = qInstallMessageHandler(&capture);
+}
+
+LogCapture::~LogCapture()
+{
+    qInstallMessageHandler(previousHandler);
+    QLoggingCategory::setFilterRules(QString());
+    capturedCategory.clear();
+}
+
+QStringList LogCapture::take()
+{
+    return std::exchange(captured, {});
 }
 
 } // namespace Vantora::TestSupport

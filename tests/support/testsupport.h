@@ -33,6 +33,20 @@ private:
     int m_savedStdout = -1;
 };
 
+/// Collects the messages of one logging category, debug level included, while it lives (one
+/// capture at a time): a developer's only account of why an input did nothing.
+class LogCapture
+{
+public:
+    explicit LogCapture(const char *category);
+    ~LogCapture();
+    LogCapture(const LogCapture &) = delete;
+    LogCapture &operator=(const LogCapture &) = delete;
+
+    /// The messages since the capture began or the last take(), which forgets them.
+    QStringList take();
+};
+
 } // namespace Vantora::TestSupport
 
 // Readable values in GoogleTest's failure messages.
