@@ -4,20 +4,14 @@
 
 #include "testsupport.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
-#include <QString>
 
 #include <gtest/gtest.h>
 
-namespace Vantora::TestSupport {
+#include <type_traits>
 
-/// "ok", or the decode error's message: one comparable outcome for table rows.
-template <class T>
-QString outcome(QByteArrayView json)
-{
-    const auto decoded = Json::decode<T>(json);
-    return decoded ? QStringLiteral("ok") : decoded.error().message();
-}
+namespace Vantora::TestSupport {
 
 /// Decodes a document that must be valid, failing the test with the decoder's message if not.
 template <class T>
@@ -31,12 +25,29 @@ T decodeOrFail(QByteArrayView json)
     return std::move(decoded).value();
 }
 
-/// JSON text parsed for comparison; key order and spacing do not matter.
-inline QJsonDocument parsed(QByteArrayView json)
+/// Decodes a document strictly and encodes the record again, as the catalog's kinds do; a lenient
+/// value on its own comes back as its text in a JSON string.
+template <class T>
+Result<QByteArray, Json::DecodeError> reencode(QByteArrayView json)
+{
+    auto decoded = Json::decode<T>(json);
+    if (!decoded)
+        return decoded.error();
+    if constexpr (std::is_same_v<T, RelaxedString>)
+        return QJsonDocument(QJsonArray{decoded.value().value})
+            .toJson(QJsonDocument::Compact)
+            .mid(1)
+            .chopped(1);
+    else
+        return Json::encode(decoded.value());
+}
+
+/// Any JSON value, for comparison whatever its key order and spacing.
+inline QJsonDocument parsedJson(const QByteArray &json)
 {
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(json.toByteArray(), &error);
-    EXPECT_EQ(error.error, QJsonParseError::NoError) << qPrintable(error.errorString());
+    const QJsonDocument document = QJsonDocument::fromJson('[' + json + ']', &error);
+    EXPECT_EQ(error.error, QJsonParseError::NoError) << json.toStdString();
     return document;
 }
 

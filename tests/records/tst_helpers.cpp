@@ -1,5 +1,5 @@
-// The helpers that read records: the TV promotion of an item, the scale of a rating, the moment
-// of an injection.
+// What the records compute for the cards: the TV promotion of an item and when its card closes,
+// the steps of a rating, the moment of an injection.
 
 #include "codectest.h"
 
@@ -12,6 +12,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr qint64 largest = std::numeric_limits<qint64>::max();
+
 Promotion promotion(const QString &name, std::optional<QString> clientType, const QString &viewType,
                     qint64 secondsDelay = 0)
 {
@@ -23,22 +25,6 @@ Promotion promotion(const QString &name, std::optional<QString> clientType, cons
     return p;
 }
 
-struct Expected
-{
-    std::optional<QString> promotion;
-    bool atStart;
-    qint64 autoClose;
-};
-
-template <class Item>
-void expectHelpers(const Item &item, const Expected &expected)
-{
-    const std::optional<Promotion> chosen = item.getPromotion();
-    EXPECT_EQ(chosen ? std::optional(chosen->name) : std::nullopt, expected.promotion);
-    EXPECT_EQ(item.showPromotionAtStart(), expected.atStart);
-    EXPECT_EQ(item.getAutoCloseTime(), expected.autoClose);
-}
-
 } // namespace
 
 TEST(Helpers, theFirstSmartTvPromotionDecidesForPollsRatingsAndTrivia)
@@ -47,106 +33,112 @@ TEST(Helpers, theFirstSmartTvPromotionDecidesForPollsRatingsAndTrivia)
     {
         const char *name;
         QList<Promotion> prizes;
-        Expected expected;
+        QString chosen; ///< the promotion's name, empty for none
+        bool atStart;
+        qint64 autoClose;
     } rows[] = {
-        {"no promotions", {}, {std::nullopt, false, 5}},
-        {"flip", {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, 10)}, {u"f"_s, false, 15}},
-        {"display", {promotion(u"d"_s, u"smartTV"_s, u"display"_s, 10)}, {u"d"_s, true, 5}},
-        {"capitalised client type",
-         {promotion(u"c"_s, u"SmartTV"_s, u"display"_s)},
-         {std::nullopt, false, 5}},
-        {"no client type",
-         {promotion(u"n"_s, std::nullopt, u"flip"_s, 3)},
-         {std::nullopt, false, 5}},
+        {"no promotions", {}, {}, false, 5},
+        {"flip", {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, 10)}, u"f"_s, false, 15},
+        {"display", {promotion(u"d"_s, u"smartTV"_s, u"display"_s, 10)}, u"d"_s, true, 5},
+        {"capitalised client type", {promotion(u"c"_s, u"SmartTV"_s, u"display"_s)}, {}, false, 5},
+        {"no client type", {promotion(u"n"_s, std::nullopt, u"flip"_s, 3)}, {}, false, 5},
         {"web promotion before the TV one",
          {promotion(u"web"_s, u"web"_s, u"display"_s),
           promotion(u"tv"_s, u"smartTV"_s, u"flip"_s, 3)},
-         {u"tv"_s, false, 8}},
+         u"tv"_s,
+         false,
+         8},
         {"a second TV promotion never counts",
          {promotion(u"first"_s, u"smartTV"_s, u"banner"_s, 9),
           promotion(u"second"_s, u"smartTV"_s, u"display"_s)},
-         {u"first"_s, false, 5}},
-        {"negative delay", {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, -10)}, {u"f"_s, false, -5}},
+         u"first"_s,
+         false,
+         5},
+        {"negative delay", {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, -10)}, u"f"_s, false, -5},
         {"largest delay that fits",
-         {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, std::numeric_limits<qint64>::max() - 5)},
-         {u"f"_s, false, std::numeric_limits<qint64>::max()}},
+         {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, largest - 5)},
+         u"f"_s,
+         false,
+         largest},
+    };
+    const auto expect = [](const auto &item, const auto &row) {
+        const std::optional<Promotion> chosen = item.getPromotion();
+        EXPECT_EQ(chosen ? chosen->name : QString(), row.chosen);
+        EXPECT_EQ(item.showPromotionAtStart(), row.atStart);
+        EXPECT_EQ(item.getAutoCloseTime(), row.autoClose);
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         Poll poll;
-        poll.prizes = row.prizes;
         Rating rating;
-        rating.prizes = row.prizes;
         TriviaQuestion question;
+        poll.prizes = rating.prizes = row.prizes;
         question.prizes = row.prizes;
-        expectHelpers(poll, row.expected);
-        expectHelpers(rating, row.expected);
-        expectHelpers(question, row.expected);
+        expect(poll, row);
+        expect(rating, row);
+        expect(question, row);
     }
-    expectHelpers(TriviaQuestion{}, {std::nullopt, false, 5}); // absent prizes: none
+    expect(TriviaQuestion{}, rows[0]); // a question without prizes has none
 }
 
-TEST(HelpersDeathTest, autoCloseTimeOverflowIsFatal)
+TEST(HelpersDeathTest, anAutoCloseTimeBeyond64BitsIsFatal)
 {
     Poll poll;
-    poll.prizes = {
-        promotion(u"f"_s, u"smartTV"_s, u"flip"_s, std::numeric_limits<qint64>::max() - 4)};
+    poll.prizes = {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, largest - 4)};
     EXPECT_DEATH(poll.getAutoCloseTime(), "Arithmetic overflow: promotion secondsDelay \\+ 5");
 }
 
-TEST(Helpers, ratingScaleIsCappedAtSixAndKeepsZeroAndNegatives)
+TEST(Helpers, integersReadFromTextTakeTheWholeTextOrTheirDefault)
 {
+    // A rating's steps: capped at six, zero and negatives kept, 1 when the text is no integer.
     const struct
     {
-        QString optionsNumber;
-        qint64 expected;
-    } rows[] = {
-        {u"5"_s, 5},
-        {u"6"_s, 6},
-        {u"10"_s, 6},
-        {u"0"_s, 0},
-        {u"-3"_s, -3},
-        {u""_s, 1},
-        {u"abc"_s, 1},
-        {u"+4"_s, 4},
-        {u" 4"_s, 1},
-        {u"4.0"_s, 1},
-        {u"99999999999999999999"_s, 1},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.optionsNumber.toStdString());
+        const char *optionsNumber;
+        qint64 steps;
+    } ratings[] = {{"5", 5},
+                   {"6", 6},
+                   {"10", 6},
+                   {"0", 0},
+                   {"-3", -3},
+                   {"", 1},
+                   {"abc", 1},
+                   {"+4", 4},
+                   {" 4", 1},
+                   {"4 ", 1},
+                   {"4.0", 1},
+                   {"-", 1},
+                   {"99999999999999999999", 1},
+                   {"\uFF14", 1}};
+    for (const auto &row : ratings) {
+        SCOPED_TRACE(row.optionsNumber);
         Rating rating;
-        rating.optionsNumber = row.optionsNumber;
-        EXPECT_EQ(rating.max(), row.expected);
+        rating.optionsNumber = QString::fromUtf8(row.optionsNumber);
+        EXPECT_EQ(rating.max(), row.steps);
     }
-}
 
-TEST(Helpers, injectionTimestampIsAWholeNumberOfSecondsOrZero)
-{
+    // An injection's moment, from whatever JSON value carried it: 0 when it is no integer.
     const struct
     {
-        const char *timestamp;
-        qint64 expected;
-    } rows[] = {
-        {"1600000000", 1600000000},
-        {"1600000000.0", 1600000000},
-        {"1.6e9", 1600000000},
-        {"\"1600000000\"", 1600000000},
-        {"\"+1600000000\"", 1600000000},
-        {"-5", -5},
-        {"1600000000.5", 0},
-        {"\"\"", 0},
-        {"\" 1600000000\"", 0},
-        {"\"1600000000.0\"", 0},
-        {"true", 0},
-        {"null", 0},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.timestamp);
+        const char *json;
+        qint64 seconds;
+    } injections[] = {{"1600000000", 1600000000},
+                      {"1600000000.0", 1600000000},
+                      {"1.6e9", 1600000000},
+                      {"\"1600000000\"", 1600000000},
+                      {"\"+1600000000\"", 1600000000},
+                      {"-5", -5},
+                      {"1600000000.5", 0},
+                      {"\"\"", 0},
+                      {"\" 1600000000\"", 0},
+                      {"\"1600000000.0\"", 0},
+                      {"true", 0},
+                      {"null", 0}};
+    for (const auto &row : injections) {
+        SCOPED_TRACE(row.json);
         const auto injection = TestSupport::decodeOrFail<Injection>(
-            QByteArray(
-                R"({"id":"1","module":"polls","timeToStay":"30","active":true,"isPause":false,"injection_timestamp":)")
-            + row.timestamp + '}');
-        EXPECT_EQ(injection.getTimestamp(), row.expected);
+            R"({"id":"1","module":"polls","timeToStay":"30","active":true,"isPause":false,)"
+            R"("injection_timestamp":)"
+            + QByteArray(row.json) + '}');
+        EXPECT_EQ(injection.getTimestamp(), row.seconds);
     }
 }

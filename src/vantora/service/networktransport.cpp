@@ -52,7 +52,7 @@ void NetworkTransport::send(HttpRequest request, QObject *context, Done done)
         networkRequest.setRawHeader(name, value);
     networkRequest.setTransferTimeout(int(std::min<qint64>(request.timeout.count(), INT_MAX)));
 
-    // A GET goes without a body and without its headers: proxies and caches in front of a
+    // A GET goes without a body, so without a Content-Length: proxies and caches in front of a
     // backend may refuse or mis-cache a GET that announces one, even an empty one.
     QNetworkReply *reply = request.method == "GET"
         ? manager()->get(networkRequest)
