@@ -1,330 +1,307 @@
+// What every card shares, on each kind of card: the countdown, the ways it closes, the spinner,
+// the channel's design and the sponsor's promotion.
+
 #include "viewtest.h"
 
-#include "vantora/toolkit/colors_p.h"
-#include "vantora/toolkit/focustvbutton_p.h"
-#include "vantora/toolkit/imageview_p.h"
 #include "vantora/views/promotionview/promotionview_p.h"
 
-#include <QBuffer>
-#include <QSignalSpy>
-#include <QTest>
-
-using namespace Vantora;
-using namespace std::chrono_literals;
-using State = InteractionState;
+#include <QTextBlock>
 
 namespace {
 
-QByteArray png(QColor color)
-{
-    QImage image(8, 8, QImage::Format_ARGB32);
-    image.fill(color);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
+enum class Kind { trivia, poll, prediction, rating };
 
-Promotion promotion(const char *viewType)
+class CardsTest : public CardTest
 {
-    Promotion promotion;
-    promotion.viewType.value = QString::fromLatin1(viewType);
-    promotion.content = QStringLiteral("<b>Brought to you by Acme</b>");
-    promotion.smart_tv_img = QStringLiteral("promotions/acme.png");
-    return promotion;
+protected:
+    // A card of a kind with these prizes, `answered` before it was shown.
+    VTAInteractionView *show(Kind kind, QList<Promotion> prizes, bool answered = false,
+                             std::optional<DesignInfo> design = {})
+    {
+        if (kind == Kind::trivia) {
+            Trivia trivia = olympics(answered ? std::optional(verdict("London")) : std::nullopt);
+            trivia.question.prizes = prizes;
+            return showTrivia(trivia, design);
+        }
+        if (kind == Kind::rating) {
+            Rating rating = halfTime("3");
+            rating.prizes = prizes;
+            return showRating(rating, answered ? std::optional(u"2"_s) : std::nullopt, design);
+        }
+        Poll poll = matchPoll();
+        poll.prizes = prizes;
+        poll.questionType = kind == Kind::prediction ? u"prediction"_s : u"poll"_s;
+        return showPoll(poll, answered ? std::optional(u"Away"_s) : std::nullopt, design);
+    }
+};
+
+// The texts the viewer sees on an item in another colour than `colour`.
+QStringList otherColoured(const QQuickItem *item, const QColor &colour)
+{
+    QStringList found;
+    if (!item->isVisible())
+        return found;
+    if (item->inherits("QQuickText") && !text(item).empty() && color(item) != colour)
+        found.append(QString::fromStdString(text(item)));
+    for (const QQuickItem *child : item->childItems())
+        found += otherColoured(child, colour);
+    return found;
 }
 
 } // namespace
 
-TEST_F(CardTest, everyViewOfTheLibraryLoadsWithAllItsOutlets)
+TEST_F(CardTest, theCountdownReadsSecondsBelowAMinuteThenMinutesAndSeconds)
 {
-    // Outlets are resolved as each view completes; a missing one would have been fatal.
-    for (const QMetaObject *type :
-         {&VTAInfoView::staticMetaObject, &VTAInteractionView::staticMetaObject,
-          &FocusTvButton::staticMetaObject}) {
-        SCOPED_TRACE(type->className());
-        std::unique_ptr<QObject> view(createFromLayout(*type));
-        auto *item = qobject_cast<QQuickItem *>(view.get());
-        ASSERT_NE(item, nullptr);
-        EXPECT_GT(item->width(), 0);
-        EXPECT_GT(item->height(), 0);
-    }
-    ASSERT_NE(card->infoView(), nullptr);
-    EXPECT_EQ(card->infoView()->parentItem(), card->infoContainer());
-    EXPECT_EQ(card->infoView()->width(), card->infoContainer()->width());
-}
-
-TEST_F(CardTest, theCountdownShowsMinutesFromSixtySeconds)
-{
-    const struct
-    {
-        qint64 time;
-        const char *first;
-        const char *second;
-    } rows[] = {{75, "1m", "15 SEC"}, {60, "1m", "0 SEC"}, {59, "59", "SEC"},     {0, "0", "SEC"},
-                {125, "2m", "5 SEC"}, {-5, "-5", "SEC"},   {-61, "-1m", "-1 SEC"}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.time);
-        card->setTime(row.time);
+    const std::pair<qint64, const char *> rows[] = {
+        {59, "59 | SEC"}, {60, "1m | 0 SEC"}, {75, "1m | 15 SEC"},  {125, "2m | 5 SEC"},
+        {0, "0 | SEC"},   {-5, "-5 | SEC"},   {-60, "-1m | 0 SEC"}, {-61, "-1m | -1 SEC"}};
+    VTAInteractionView *card = make();
+    for (const auto &[time, shown] : rows) {
+        card->setTime(time);
         card->displayTime();
-        EXPECT_EQ(text(card->infoView()->timerLabel1()), QLatin1StringView(row.first));
-        EXPECT_EQ(text(card->infoView()->timerLabel2()), QLatin1StringView(row.second));
+        EXPECT_EQ(screen(card->infoView()->timerView()), shown);
     }
 }
 
-TEST_F(CardTest, theCountdownClosesOnlyAnUnansweredCard)
+// Started again, the countdown replaces the running one; at zero it stops, closing the card only
+// if the viewer has not answered and nothing closes it already. With no time it counts on below
+// zero.
+TEST_F(CardTest, theCountdownTicksEverySecondAndClosesOnlyAnOpenCard)
 {
-    const struct
-    {
-        State state;
-        bool closing;
-        QStringList calls;
-    } rows[] = {{State::active, false, {QStringLiteral("close(no button)")}},
-                {State::loading, false, {}},
-                {State::completed, false, {}},
-                {State::active, true, {}}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << int(row.state) << " closing " << row.closing);
-        overlay.calls.clear();
-        card->applyState(row.state);
-        card->setClosing(row.closing);
+    const std::tuple<State, bool, const char *> rows[] = {{State::active, false, "0: close"},
+                                                          {State::loading, false, "0: "},
+                                                          {State::completed, false, "0: "},
+                                                          {State::active, true, "0: "}};
+    for (const auto &[state, closing, atZero] : rows) {
+        VTAInteractionView *card = make();
+        const auto now = [&] {
+            return text(card->infoView()->timerLabel1()) + ": " + overlay.take();
+        };
+        card->applyState(state);
+        card->setClosing(closing);
         card->setTime(3);
         card->startTimer();
+        clock.advanceBy(500ms);
+        card->startTimer();
         clock.advanceBy(2s);
-        EXPECT_EQ(text(card->infoView()->timerLabel1()), QStringLiteral("1"));
-        EXPECT_TRUE(overlay.calls.isEmpty());
+        EXPECT_EQ(now(), "1: ");
         clock.advanceBy(1s);
-        EXPECT_EQ(text(card->infoView()->timerLabel1()), QStringLiteral("0"));
-        EXPECT_EQ(overlay.calls, row.calls);
+        EXPECT_EQ(now(), atZero) << int(state) << closing;
         clock.advanceBy(10s);
-        EXPECT_EQ(card->time(), 0) << "the timer stopped at zero";
-        EXPECT_EQ(clock.pendingCount(), 0);
+        EXPECT_EQ(now(), "0: ");
     }
+    VTAInteractionView *card = make();
+    card->startTimer();
+    clock.advanceBy(61s);
+    EXPECT_EQ(text(card->infoView()->timerLabel1()) + overlay.take(), "-1m");
 }
 
-TEST_F(CardTest, startingTheCountdownAgainReplacesIt)
+TEST_F(CardsTest, closingAsksTheOverlayAndReportsAnUnansweredCard)
 {
-    card->setTime(10);
-    card->startTimer();
-    clock.advanceBy(500ms);
-    card->startTimer();
-    clock.advanceBy(3s);
-    EXPECT_EQ(card->time(), 7);
-}
-
-TEST_F(CardTest, closingPathsAndTheirAnalytics)
-{
-    const QString byButton = QStringLiteral("close(button)");
-    const QString closeEvent = QStringLiteral("analytics(close, activity)");
-    const struct
-    {
-        const char *name;
-        State state;
-        bool closing;
-        bool tap; ///< the close button, else closeIfCompleted()
-        QStringList calls;
-    } rows[] = {
-        {"tap while active", State::active, false, true, {closeEvent, byButton}},
-        {"tap while loading", State::loading, false, true, {byButton}},
-        {"tap when completed", State::completed, false, true, {byButton}},
-        {"tap while closing", State::active, true, true, {}},
-        {"completed", State::completed, false, false, {QStringLiteral("close(no button)")}},
-        {"completed while closing", State::completed, true, false, {}},
-        {"not completed: active", State::active, false, false, {}},
-        {"not completed: loading", State::loading, false, false, {}},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        overlay.calls.clear();
-        card->applyState(row.state);
-        card->setClosing(row.closing);
-        if (row.tap)
-            card->closeTap();
-        else
-            card->closeIfCompleted();
-        EXPECT_EQ(overlay.calls, row.calls);
+    const std::tuple<State, bool, bool, const char *> rows[] = {
+        // state, closing already, by the close button (else closeIfCompleted()), what it does
+        {State::active, false, true, "close(Trivia t1 -, activity); close(button)"},
+        {State::loading, false, true, "close(button)"},
+        {State::completed, false, true, "close(button)"},
+        {State::active, true, true, ""},
+        {State::completed, false, false, "close"},
+        {State::completed, true, false, ""},
+        {State::active, false, false, ""},
+        {State::loading, false, false, ""}};
+    VTAInteractionView *card = show(Kind::trivia, {});
+    for (const auto &[state, closing, button, calls] : rows) {
+        card->applyState(state);
+        card->setClosing(closing);
+        button ? card->closeTap() : card->closeIfCompleted();
+        EXPECT_EQ(overlay.take(), calls) << int(state) << closing << button;
     }
-
-    card->setClosing(false);
-    card->applyState(State::active);
-    overlay.calls.clear();
-    card->infoView()->closeButton()->forceActiveFocus();
-    QTest::keyClick(&window, Qt::Key_Select);
-    clock.runPending();
-    EXPECT_EQ(overlay.calls, (QStringList{closeEvent, byButton})) << "the remote's close button";
-    overlay.calls.clear();
-    card->infoView()->accountButton()->forceActiveFocus();
-    QTest::keyClick(&window, Qt::Key_Select);
-    clock.runPending();
-    EXPECT_TRUE(overlay.calls.isEmpty()) << "the account button closes nothing";
-
-    card->setDelegate(nullptr);
+    card->setDelegate(nullptr); // the overlay is gone
     card->closeTap();
-    card->applyState(State::completed);
     card->closeIfCompleted();
-    EXPECT_TRUE(overlay.calls.isEmpty());
-}
-
-TEST_F(CardTest, eachStateShowsItsOwnParts)
-{
-    const struct
-    {
-        State state;
-        bool timer, points, icon, indicator;
-    } rows[] = {{State::active, true, false, true, false},
-                {State::loading, false, true, false, true},
-                {State::completed, false, true, true, false}};
-    card->mainIcon()->setImage(imageWithColor(Qt::white)); // the channel's logo
-    for (const auto &row : rows) {
-        SCOPED_TRACE(int(row.state));
-        card->applyState(row.state);
-        EXPECT_EQ(card->state(), row.state);
-        EXPECT_EQ(card->infoView()->timerView()->isVisible(), row.timer);
-        EXPECT_EQ(card->infoView()->pointsView()->isVisible(), row.points);
-        EXPECT_EQ(card->mainIcon()->isVisible(), row.icon);
-        EXPECT_EQ(card->indicator()->isVisible(), row.indicator);
-        EXPECT_EQ(card->indicator()->property("running").toBool(), row.indicator);
+    EXPECT_EQ(overlay.take(), "");
+    // With the remote on each kind of open card: the account button closes nothing, the close
+    // button closes the card and reports it with its TV sponsor.
+    const std::tuple<Kind, std::optional<QString>, const char *> kinds[] = {
+        {Kind::trivia, u"Acme"_s, "close(Trivia t1 Acme, activity); close(button)"},
+        {Kind::poll, {}, "close(Polls p1 -, activity); close(button)"},
+        {Kind::prediction, u"Acme"_s, "close(Predictions p1 Acme, activity); close(button)"},
+        {Kind::rating, u"Acme"_s, "close(Rating r1 Acme, activity); close(button)"}};
+    for (const auto &[kind, sponsor, calls] : kinds) {
+        show(kind, {tvPromotion("flip", sponsor)})->infoView()->accountButton()->forceActiveFocus();
+        press({Qt::Key_Select, Qt::Key_Right, Qt::Key_Select});
+        EXPECT_EQ(overlay.take(), calls);
     }
 }
 
-TEST_F(CardTest, pointsShowWithAtMostOneDecimalAndGroupedThousands)
+// Waiting for the backend, a card shows a spinner turning in its logo's place; a card without a
+// logo keeps no room for one except while it waits.
+TEST_F(CardTest, whileACardWaitsASpinnerTurnsInItsLogosPlace)
 {
-    const struct
-    {
-        double points;
-        qint64 level;
-        const char *shown;
-    } rows[] = {{1000, 1, "1,000"}, {2.25, 2, "2.2"}, {7, 3, "7"}, {1234.5, 12, "1,234.5"}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.points);
-        card->updatePoints({row.points, 99.5, row.level});
-        EXPECT_EQ(text(card->infoView()->pointsLabel()), QLatin1StringView(row.shown));
-        EXPECT_EQ(text(card->infoView()->levelLabel()), QString::number(row.level));
+    VTAInteractionView *card = make();
+    EXPECT_FALSE(card->mainIcon()->isVisible() || card->indicator()->isVisible());
+    card->applyState(State::loading);
+    EXPECT_TRUE(card->indicator()->isVisible()) << "a card without a logo makes room for it";
+    card->applyState(State::active);
+    EXPECT_FALSE(card->indicator()->isVisible());
+    card->mainIcon()->setImage(QImage(60, 20, QImage::Format_ARGB32));
+    for (const State state : {State::active, State::loading, State::completed}) {
+        card->applyState(state);
+        const bool waiting = state == State::loading;
+        EXPECT_EQ(card->mainIcon()->isVisible(), !waiting);
+        EXPECT_EQ(card->indicator()->isVisible(), waiting);
+        EXPECT_EQ(card->indicator()->property("running").toBool(), waiting);
     }
 }
 
-TEST_F(CardTest, theDesignColoursTextsAndButtonsAndLoadsImages)
+// The channel's text colour on every text the viewer sees and on the results to come, its button
+// colour behind each focused button, its pictures behind the card and as its logo. A colour
+// written otherwise than #RRGGBB or #RRGGBBAA changes nothing; an empty picture loads nothing.
+TEST_F(CardsTest, theDesignColoursEveryKindOfCard)
 {
-    backend->answer(QStringLiteral("/designs/bg.png"), {200, png(Qt::darkBlue), {}});
-    backend->answer(QStringLiteral("/designs/logo.png"), {200, png(Qt::yellow), {}});
-    const QColor originalTitle = card->titleLabel()->property("color").value<QColor>();
-
-    card->applyDesign(std::nullopt);
-    card->applyDesign(DesignInfo{{},
-                                 QString(),
-                                 QString(),
-                                 QStringLiteral("#FFF"),
-                                 QStringLiteral("Serif"),
-                                 QStringLiteral("red")});
-    clock.runPending();
-    EXPECT_TRUE(backend->requests().isEmpty()) << "empty image fields load nothing";
-    EXPECT_EQ(card->titleLabel()->property("color").value<QColor>(), originalTitle);
-
-    card->applyDesign(DesignInfo{QStringLiteral("SmartTV"), QStringLiteral("designs/bg.png"),
-                                 QStringLiteral("/designs/logo.png"), QStringLiteral("#FFD54FFF"),
-                                 std::nullopt, QStringLiteral("#1E88E5")});
-    clock.runPending();
-    const QColor text(0xFF, 0xD5, 0x4F);
-    EXPECT_EQ(card->titleLabel()->property("color").value<QColor>(), text);
-    EXPECT_EQ(card->infoView()->pointsLabel()->property("color").value<QColor>(), text);
-    EXPECT_EQ(card->infoView()->separator()->property("color").value<QColor>(), text);
-    for (FocusTvButton *button :
-         {card->infoView()->accountButton(), card->infoView()->closeButton()}) {
-        EXPECT_EQ(button->focusedBackgroundColor, QColor(0x1E, 0x88, 0xE5));
-        EXPECT_EQ(button->normalTitleColor, text);
-        EXPECT_EQ(button->focusedTitleColor, text) << "one title colour, focused or not";
+    backend->answer(u"/designs/bg.png"_s, {200, png({8, 8}, Qt::darkBlue), {}});
+    backend->answer(u"/designs/logo.png"_s, {200, png({8, 8}, Qt::yellow), {}});
+    const QColor textColour(0xFF, 0xD5, 0x4F);
+    const DesignInfo design{.backgroundImage = u"designs/bg.png"_s,
+                            .backgroundLogo = u"/designs/logo.png"_s,
+                            .textColor = u"#FFD54FFF"_s,
+                            .backgroundButton = u"#7B1FA2"_s};
+    for (const auto &[kind, answered] :
+         {std::pair{Kind::trivia, false}, {Kind::poll, true}, {Kind::rating, false}}) {
+        VTAInteractionView *card = show(kind, {}, answered, design);
+        clock.runPending();
+        EXPECT_EQ(otherColoured(card, textColour), QStringList()) << int(kind);
+        for (const FocusTvButton *button : card->findChildren<FocusTvButton *>())
+            EXPECT_EQ(button->focusedBackgroundColor, QColor(0x7B, 0x1F, 0xA2));
+        EXPECT_EQ(card->backgroundView()->image().pixelColor(1, 1), QColor(Qt::darkBlue));
+        EXPECT_EQ(card->mainIcon()->image().pixelColor(1, 1), QColor(Qt::yellow));
     }
-    EXPECT_EQ(card->backgroundView()->image().pixelColor(1, 1), QColor(Qt::darkBlue));
-    EXPECT_EQ(card->mainIcon()->image().pixelColor(1, 1), QColor(Qt::yellow));
-}
-
-TEST_F(CardTest, aDisplayPromotionSlidesInBesideTheCard)
-{
-    backend->answer(QStringLiteral("/promotions/acme.png"), {200, png(Qt::green), {}});
-    card->preparePromotion(promotion("display"));
+    const auto *trivia = static_cast<VTATriviaView *>(views[0].get());
+    const auto *rating = static_cast<VTARatingView *>(views[2].get());
+    for (QQuickItem *result :
+         {trivia->resultLabel(), rating->averageLabel(), rating->outOfLabel(), rating->maxLabel()})
+        EXPECT_EQ(color(result), textColour) << qPrintable(result->objectName());
+    VTAInteractionView *plain = make();
+    VTAInteractionView *card = show(Kind::trivia, {}, false,
+                                    DesignInfo{.backgroundImage = u""_s,
+                                               .backgroundLogo = u""_s,
+                                               .textColor = u"#FFF"_s,
+                                               .backgroundButton = u"red"_s});
+    EXPECT_EQ(color(card->titleLabel()), color(plain->titleLabel()));
+    EXPECT_EQ(card->infoView()->closeButton()->focusedBackgroundColor,
+              plain->infoView()->closeButton()->focusedBackgroundColor);
     clock.runPending();
-    PromotionView *view = card->promotionView();
-    ASSERT_NE(view, nullptr);
-    EXPECT_FALSE(card->promotionContainer()->isVisible());
-    EXPECT_TRUE(view->imageMode());
-    EXPECT_EQ(view->size(), card->promotionContainer()->size());
-
-    card->showPromotion(promotion("display"));
-    EXPECT_TRUE(card->promotionContainer()->isVisible());
-    EXPECT_DOUBLE_EQ(view->x(), card->width()) << "starts one card width to the right";
-    clock.advanceBy(250ms);
-    EXPECT_GT(view->x(), 0);
-    EXPECT_LT(view->x(), card->width());
-    clock.advanceBy(250ms);
-    EXPECT_DOUBLE_EQ(view->x(), 0);
-    EXPECT_EQ(view->imageView()->image().pixelColor(1, 1), QColor(Qt::green));
+    EXPECT_EQ(backend->requests().size(), 6);
 }
 
-TEST_F(CardTest, aFlipPromotionGrowsOverTheDimmedCard)
+// "display" slides in beside the card from one card width to the right over 0.5 s, its picture in
+// it; "flip" grows over the card from nothing over 0.4 s, its text in it, while the card dims to
+// 60 % black. Other kinds show nothing.
+TEST_F(CardTest, aPromotionSlidesInBesideTheCardOrGrowsOverIt)
 {
-    card->preparePromotion(promotion("flip"));
-    PromotionView *view = card->promotionView();
-    ASSERT_NE(view, nullptr);
-    EXPECT_FALSE(view->imageMode());
-    EXPECT_FALSE(card->promotionFlipContainer()->isVisible());
-    EXPECT_TRUE(backend->requests().isEmpty()) << "a text promotion loads no picture";
-
-    card->showPromotion(promotion("flip"));
-    EXPECT_TRUE(card->promotionFlipContainer()->isVisible());
-    EXPECT_DOUBLE_EQ(view->scale(), 0.0);
-    clock.advanceBy(200ms);
-    EXPECT_GT(view->scale(), 0.0);
-    EXPECT_LT(view->scale(), 1.0);
-    clock.advanceBy(200ms);
-    EXPECT_DOUBLE_EQ(view->scale(), 1.0);
-    const QColor dim = card->promotionFlipContainer()->property("color").value<QColor>();
-    EXPECT_EQ(dim.rgb() & 0xFFFFFF, 0u);
-    EXPECT_NEAR(dim.alphaF(), 0.6, 0.01);
-}
-
-TEST_F(CardTest, otherPromotionKindsShowNothing)
-{
+    const std::tuple<const char *, const char *, qreal, qreal, std::chrono::milliseconds> rows[] = {
+        {"display", "x", 1240, 0, 500ms}, {"flip", "scale", 0, 1, 400ms}};
+    for (const auto &[kind, property, from, to, duration] : rows) {
+        VTAInteractionView *card = make();
+        card->preparePromotion(tvPromotion(kind));
+        clock.runPending();
+        QQuickItem *view = card->promotionView();
+        const auto at = [&] {
+            return view->property(property).toReal();
+        };
+        card->showPromotion(tvPromotion(kind));
+        EXPECT_EQ(at(), from) << kind;
+        clock.advanceBy(duration / 2);
+        EXPECT_LT((at() - from) * (at() - to), 0) << kind << " moving";
+        clock.advanceBy(duration / 2);
+        EXPECT_EQ(at(), to) << kind;
+        EXPECT_EQ(view->size(), view->parentItem()->size());
+    }
+    const auto promotion = [&](int i) {
+        return static_cast<VTAInteractionView *>(views[std::size_t(i)].get())->promotionView();
+    };
+    EXPECT_EQ(promotion(0)->imageView()->image().pixelColor(1, 1), QColor(Qt::green));
+    EXPECT_EQ(promotion(1)->textView()->document().toRawText(), u"Brought to you by Acme"_s);
+    EXPECT_EQ(color(promotion(1)->parentItem()->parentItem()), QColor::fromRgbF(0, 0, 0, 0.6f));
+    VTAInteractionView *card = make();
     for (const char *kind : {"", "banner", "Display"}) {
-        SCOPED_TRACE(kind);
-        card->preparePromotion(promotion(kind));
-        card->showPromotion(promotion(kind));
-        EXPECT_EQ(card->promotionView(), nullptr);
+        card->preparePromotion(tvPromotion(kind));
+        card->showPromotion(tvPromotion(kind));
     }
     card->preparePromotion(std::nullopt);
     EXPECT_EQ(card->promotionView(), nullptr);
-    EXPECT_FALSE(card->promotionContainer()->isVisible());
-    EXPECT_FALSE(card->promotionFlipContainer()->isVisible());
+    EXPECT_EQ(backend->requests().size(), 1) << "only the display promotion's picture";
 }
 
-TEST_F(CardTest, theRemoteGoesToTheFirstAnswerWhileActiveElseToClose)
+// A TV promotion "display" comes 0.8 s after the card, "flip" 3 s after the answer, given before
+// the card opened or with the remote (a trivia card's result is the overlay's to announce).
+TEST_F(CardsTest, aPromotionComesAtItsTime)
 {
-    auto *first = fromNib<FocusTvButton>();
-    auto *second = fromNib<FocusTvButton>();
-    first->setParentItem(card->answerStack());
-    second->setParentItem(card->answerStack());
-    card->applyState(State::active);
-    EXPECT_EQ(card->preferredFocusItem(), first);
-    card->focusPreferredItem();
-    EXPECT_TRUE(first->hasActiveFocus());
-    for (State state : {State::loading, State::completed}) {
-        card->applyState(state);
-        EXPECT_EQ(card->preferredFocusItem(), card->infoView()->closeButton());
+    enum How { open, answeredBefore, answerNow };
+    const std::tuple<Kind, const char *, How, std::chrono::milliseconds> rows[] = {
+        {Kind::trivia, "display", open, 800ms},
+        {Kind::trivia, "flip", answeredBefore, 3s},
+        {Kind::poll, "display", open, 800ms},
+        {Kind::poll, "flip", answerNow, 3s},
+        {Kind::prediction, "flip", answeredBefore, 3s},
+        {Kind::rating, "display", answeredBefore, 800ms},
+        {Kind::rating, "flip", answerNow, 3s}};
+    overlay.token.reset();
+    for (const auto &[kind, viewType, how, after] : rows) {
+        SCOPED_TRACE(testing::Message() << int(kind) << viewType << how);
+        views.clear();
+        VTAInteractionView *card = show(kind, {tvPromotion(viewType)}, how == answeredBefore);
+        QQuickItem *shown = QByteArrayView(viewType) == "flip" ? card->promotionFlipContainer()
+                                                               : card->promotionContainer();
+        if (how == answerNow) {
+            clock.advanceBy(5s);
+            EXPECT_FALSE(shown->isVisible()) << "before the answer";
+            press({Qt::Key_Select});
+        }
+        clock.advanceBy(after - 1ms);
+        EXPECT_FALSE(shown->isVisible());
+        clock.advanceBy(1ms);
+        EXPECT_TRUE(shown->isVisible());
     }
-    delete first;
-    delete second;
-    card->applyState(State::active);
-    EXPECT_EQ(card->preferredFocusItem(), card->infoView()->closeButton()) << "no answers";
 }
 
-TEST_F(CardTest, tagsAreMillisecondsSince2001AndNeverRepeat)
+// What tells the overlay's delayed closes which card or notice they meant.
+TEST_F(CardTest, tagsCountMillisecondsSince2001AndNeverRepeat)
 {
-    clock.setWallClockMSecs(978307200000 + 5000);
+    VTAInteractionView *card = make();
     card->stampTag();
-    EXPECT_EQ(card->tag(), 5000);
-    std::unique_ptr<VTAInteractionView> other(fromNib<VTAInteractionView>());
-    other->stampTag();
-    EXPECT_EQ(other->tag(), 5001) << "same millisecond, next tag";
+    const qint64 since2001 = card->tag() + 1'000'000; // later than every tag handed out so far
+    clock.setWallClockMSecs(978307200000 + since2001);
+    card->stampTag();
+    auto *notice = make<VTANotice>();
+    notice->configure({}, matchPoll(), false, 0, QString(), std::nullopt);
+    const qint64 trivia = showTrivia(olympics())->tag();
+    EXPECT_EQ(std::vector<qint64>({card->tag(), notice->tag(), trivia}),
+              std::vector<qint64>({since2001, since2001 + 1, since2001 + 2}));
     clock.advanceBy(10ms);
     card->stampTag();
-    EXPECT_EQ(card->tag(), 5010);
+    EXPECT_EQ(card->tag(), since2001 + 10);
+}
+
+// A "flip" promotion's text: 32 px, without the empty lines a content ends with, on the
+// background its text starts with.
+TEST_F(CardTest, aTextPromotionIs32PixelsWithoutTrailingEmptyLinesOnItsBackground)
+{
+    const std::tuple<const char *, const char *, QColor> rows[] = {
+        {"Win a trip!", "Win a trip!", Qt::transparent},
+        {"<p>Win a trip!</p>", "Win a trip!", Qt::transparent},
+        {"Win<br>a trip!<br><br>", "Win\u2028a trip!", Qt::transparent},
+        {"<p>One</p><p>Two</p>", "One\u2029Two", Qt::transparent},
+        {"<p>Win</p><br>", "Win", Qt::transparent},
+        {"<span style=\"background-color: #FFC107\">Sale</span> ends", "Sale ends",
+         QColor(0xFF, 0xC1, 0x07)},
+        {"<div style=\"background-color: #3949AB\">Sale</div>", "Sale", QColor(0x39, 0x49, 0xAB)}};
+    for (const auto &[content, shown, background] : rows) {
+        PromotionView view;
+        view.setSize({600, 400});
+        view.configureForText({.content = QString::fromUtf8(content)}, true);
+        const QTextDocument &document = view.textView()->document();
+        EXPECT_EQ(document.toRawText().toStdString(), shown);
+        EXPECT_EQ(document.firstBlock().begin().fragment().charFormat().font().pixelSize(), 32);
+        EXPECT_EQ(view.textView()->backgroundColor(), background) << content;
+    }
 }

@@ -7,11 +7,11 @@
 #include "vantora/toolkit/imageview_p.h"
 #include <vantora/views/interactionview/vtainteractionview.h>
 
-#include <QQuickItem>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <climits>
 #include <map>
 #include <set>
@@ -20,145 +20,83 @@ using namespace Vantora;
 
 namespace {
 
-// Edges this close count as touching.
-constexpr qreal slack = 1.0;
+constexpr qreal slack = 1.0; // edges this close count as touching
 
-QString describe(const QQuickItem *item)
+QRectF grown(const QRectF &rect)
 {
-    const QString text = item->property("text").toString();
-    return QStringLiteral("%1 \"%2\"").arg(item->objectName(), text.left(30));
+    return rect.adjusted(-slack, -slack, slack, slack);
 }
 
-bool isScrolling(const QQuickItem *item)
+std::string describe(const QQuickItem *item)
 {
-    return item->inherits("QQuickFlickable");
+    return (item->objectName() + u' ' + item->property("text").toString().left(30)).toStdString();
 }
 
-bool isPromotion(const QQuickItem *item)
+// What the viewer sees of a drawing (the item's whole by default), in window coordinates: cut by
+// every clipping ancestor. `cut` tells whether anything but a scrolled list cut it.
+QRectF onScreen(const QQuickItem *item, QRectF drawn = {}, bool *cut = nullptr)
 {
-    for (; item; item = item->parentItem()) {
-        if (item->objectName().startsWith(QLatin1StringView("promotion")))
-            return true;
-    }
-    return false;
-}
-
-qreal opacityOnScreen(const QQuickItem *item)
-{
-    qreal opacity = 1;
-    for (; item; item = item->parentItem())
-        opacity *= item->opacity();
-    return opacity;
-}
-
-// What the viewer sees of an item's own drawing, in window coordinates: cut by every clipping
-// ancestor. `cutOutsideScrolling` tells whether anything but a scrolled list cut it.
-struct OnScreen
-{
-    QRectF rect;
-    bool cutOutsideScrolling = false;
-};
-
-OnScreen onScreen(const QQuickItem *item, const QRectF &drawn)
-{
-    const QRectF whole = item->mapRectToScene(drawn);
-    OnScreen seen{whole};
-    for (const QQuickItem *ancestor = item->parentItem(); ancestor && !seen.rect.isEmpty();
-         ancestor = ancestor->parentItem()) {
-        if (!ancestor->clip())
-            continue;
-        const QRectF kept = seen.rect & ancestor->mapRectToScene(ancestor->clipRect());
-        if (!isScrolling(ancestor)
-            && !kept.adjusted(-slack, -slack, slack, slack).contains(seen.rect))
-            seen.cutOutsideScrolling = true;
-        seen.rect = kept;
+    QRectF seen = item->mapRectToScene(drawn.isNull() ? item->boundingRect() : drawn);
+    for (const QQuickItem *clip = item->parentItem(); clip && !seen.isEmpty();
+         clip = clip->parentItem()) {
+        const QRectF kept = clip->clip() ? seen & clip->mapRectToScene(clip->clipRect()) : seen;
+        if (cut && !clip->inherits("QQuickFlickable") && !grown(kept).contains(seen))
+            *cut = true;
+        seen = kept;
     }
     return seen;
 }
 
-struct Drawing
+bool inSight(const QQuickItem *item)
 {
-    const QQuickItem *item;
-    QRectF rect;
-};
+    return grown(onScreen(item)).contains(item->mapRectToScene(item->boundingRect()));
+}
 
 // The texts and pictures the viewer sees, the sponsor's promotion (which lies over the card on
-// purpose) left out.
-QList<Drawing> drawings(const QQuickItem *item)
+// purpose) left out: each whole in its place and cut only by scrolling, a text only where the
+// lines of an answer run out.
+void collectDrawings(const QQuickItem *item, qreal opacity, bool inControl,
+                     QList<std::pair<const QQuickItem *, QRectF>> &found)
 {
-    QList<Drawing> found;
-    if (!item->isVisible() || opacityOnScreen(item) == 0 || isPromotion(item))
-        return found;
-    QRectF drawn;
-    if (item->inherits("QQuickText") && !item->property("text").toString().isEmpty())
-        drawn = item->boundingRect();
-    else if (const auto *picture = qobject_cast<const ImageView *>(item))
-        drawn = picture->imageRect();
-    if (!drawn.isEmpty()) {
-        const OnScreen seen = onScreen(item, drawn);
-        EXPECT_FALSE(seen.cutOutsideScrolling) << qPrintable(describe(item)) << " is cut";
-        EXPECT_TRUE(
-            QRectF(QPointF(), item->size()).adjusted(-slack, -slack, slack, slack).contains(drawn))
-            << qPrintable(describe(item)) << " spills out of its place";
-        if (!seen.rect.isEmpty())
-            found.append({item, seen.rect});
-    }
-    for (const QQuickItem *child : item->childItems())
-        found.append(drawings(child));
-    return found;
-}
-
-bool isInControl(const QQuickItem *item)
-{
-    for (; item; item = item->parentItem()) {
-        if (item->activeFocusOnTab())
-            return true;
-    }
-    return false;
-}
-
-void expectTextsWholeUnlessOutOfLines(const QQuickItem *item)
-{
-    if (!item->isVisible())
+    opacity *= item->opacity();
+    inControl = inControl || item->activeFocusOnTab();
+    if (!item->isVisible() || opacity == 0 || item->objectName().startsWith(u"promotion"))
         return;
-    if (item->inherits("QQuickText") && item->property("truncated").toBool()) {
+    QRectF drawn;
+    if (item->inherits("QQuickText") && !item->property("text").toString().isEmpty()) {
+        drawn = item->boundingRect();
         const int budget = item->property("maximumLineCount").toInt();
-        EXPECT_TRUE(budget < INT_MAX && item->property("lineCount").toInt() == budget)
-            << qPrintable(describe(item)) << " is cut before its last allowed line";
-        EXPECT_TRUE(isInControl(item)) << "the question is cut";
+        EXPECT_TRUE(
+            !item->property("truncated").toBool()
+            || (inControl && budget < INT_MAX && item->property("lineCount").toInt() == budget))
+            << describe(item) << " is cut";
+    } else if (const auto *picture = qobject_cast<const ImageView *>(item)) {
+        drawn = picture->imageRect();
+    }
+    if (!drawn.isEmpty()) {
+        bool cut = false;
+        const QRectF seen = onScreen(item, drawn, &cut);
+        EXPECT_FALSE(cut) << describe(item) << " is clipped";
+        EXPECT_TRUE(grown(QRectF(QPointF(), item->size())).contains(drawn))
+            << describe(item) << " spills out of its place";
+        if (!seen.isEmpty())
+            found.append({item, seen});
     }
     for (const QQuickItem *child : item->childItems())
-        expectTextsWholeUnlessOutOfLines(child);
+        collectDrawings(child, opacity, inControl, found);
 }
 
 // The controls the remote can reach: the outermost visible, enabled items that take focus.
-void collectControls(QQuickItem *item, QQuickItem *view, QList<QQuickItem *> &found)
+QList<QQuickItem *> controlsOf(QQuickItem *item, bool outermost = true)
 {
     if (!item->isVisible() || !item->isEnabled())
-        return;
-    if (item != view && item->activeFocusOnTab()) {
-        found.append(item);
-        return;
-    }
-    for (QQuickItem *child : item->childItems())
-        collectControls(child, view, found);
-}
-
-QList<QQuickItem *> controlsOf(QQuickItem *view)
-{
+        return {};
+    if (!outermost && item->activeFocusOnTab())
+        return {item};
     QList<QQuickItem *> found;
-    collectControls(view, view, found);
+    for (QQuickItem *child : item->childItems())
+        found += controlsOf(child, false);
     return found;
-}
-
-QQuickItem *focusedOf(QQuickItem *view)
-{
-    QQuickItem *focus = view->window()->activeFocusItem();
-    for (QQuickItem *control : controlsOf(view)) {
-        if (control == focus || control->isAncestorOf(focus))
-            return control;
-    }
-    return nullptr;
 }
 
 // Where a control is laid out in the view, as if nothing were scrolled and nothing grown.
@@ -166,49 +104,27 @@ QRectF laidOut(QQuickItem *control, QQuickItem *view)
 {
     QRectF rect =
         control->parentItem()->mapRectToItem(view, QRectF(control->position(), control->size()));
-    for (QQuickItem *ancestor = control->parentItem(); ancestor != view;
-         ancestor = ancestor->parentItem()) {
-        if (isScrolling(ancestor))
-            rect.translate(0, ancestor->property("contentY").toReal());
+    for (QQuickItem *item = control->parentItem(); item != view; item = item->parentItem()) {
+        if (item->inherits("QQuickFlickable"))
+            rect.translate(0, item->property("contentY").toReal());
     }
     return rect;
 }
 
-enum Arrow { up, down, left, right };
-constexpr Qt::Key keys[] = {Qt::Key_Up, Qt::Key_Down, Qt::Key_Left, Qt::Key_Right};
-constexpr const char *names[] = {"Up", "Down", "Left", "Right"};
-
-// How far `to` lies from `from` that way (the gap between facing edges), and whether the two are
-// in line (they overlap across the arrow); none when `to` does not lie that way at all. Left and
-// Right reach only the same row.
-struct Way
+// How far `to` lies from `from` along an arrow (Up, Down, Left, Right): whether it is out of
+// line (not overlapping across the arrow), then the gap between facing edges; the smaller, the
+// nearer. None when `to` does not lie that way; Left and Right reach only the same row.
+std::optional<std::pair<bool, qreal>> wayTo(const QRectF &from, const QRectF &to, int arrow)
 {
-    qreal gap;
-    bool inLine;
-};
-
-std::optional<Way> wayTo(const QRectF &from, const QRectF &to, Arrow arrow)
-{
-    const bool vertical = arrow == up || arrow == down;
+    const bool vertical = arrow < 2;
     const bool inLine = vertical ? to.left() < from.right() && to.right() > from.left()
                                  : to.top() < from.bottom() && to.bottom() > from.top();
-    const qreal gaps[] = {from.top() - to.bottom(), to.top() - from.bottom(),
-                          from.left() - to.right(), to.left() - from.right()};
-    if (gaps[arrow] < -slack || (!vertical && !inLine))
+    const qreal gap = std::array{from.top() - to.bottom(), to.top() - from.bottom(),
+                                 from.left() - to.right(), to.left() - from.right()}[arrow];
+    if (gap < -slack || (!vertical && !inLine))
         return std::nullopt;
-    return Way{std::max<qreal>(gaps[arrow], 0), inLine};
+    return std::pair{!inLine, std::max<qreal>(gap, 0)};
 }
-
-} // namespace
-
-namespace Vantora::Extreme {
-void PrintTo(const Scene &scene, std::ostream *out)
-{
-    *out << qPrintable(scene.name);
-}
-} // namespace Vantora::Extreme
-
-namespace {
 
 class LayoutTest : public testing::TestWithParam<Extreme::Scene>
 {
@@ -222,35 +138,25 @@ TEST_P(LayoutTest, everythingIsWholeApartAndOnTheCard)
         SCOPED_TRACE(player.height());
         Extreme::Player shown(player);
         QQuickItem *view = shown.play(GetParam());
-
-        const QRectF screen(QPointF(), player);
-        EXPECT_TRUE(screen.contains(view->mapRectToScene(view->boundingRect())));
-        expectTextsWholeUnlessOutOfLines(view);
-        const QList<Drawing> seen = drawings(view);
+        EXPECT_TRUE(QRectF(QPointF(), player).contains(view->mapRectToScene(view->boundingRect())));
+        QList<std::pair<const QQuickItem *, QRectF>> seen;
+        collectDrawings(view, 1, false, seen);
         for (qsizetype i = 0; i < seen.size(); ++i) {
             for (qsizetype j = i + 1; j < seen.size(); ++j) {
-                const QRectF both = seen[i].rect & seen[j].rect;
+                const QRectF both = seen[i].second & seen[j].second;
                 EXPECT_TRUE(both.width() <= slack || both.height() <= slack)
-                    << qPrintable(describe(seen[i].item)) << " lies over "
-                    << qPrintable(describe(seen[j].item));
+                    << describe(seen[i].first) << " lies over " << describe(seen[j].first);
             }
         }
         // A card the viewer has answered shows its result, which ends its column.
         if (auto *card = qobject_cast<VTAInteractionView *>(view);
             card && card->state() == InteractionState::completed) {
             const QQuickItem *scroll = card->scrollView();
-            EXPECT_NEAR(
-                scroll->property("contentY").toReal(),
-                std::max<qreal>(0, scroll->property("contentHeight").toReal() - scroll->height()),
-                slack)
-                << "the result is out of sight";
+            const qreal end = scroll->property("contentHeight").toReal() - scroll->height();
+            EXPECT_NEAR(scroll->property("contentY").toReal(), std::max<qreal>(0, end), slack);
         }
-        if (QQuickItem *focused = focusedOf(view)) {
-            const OnScreen where = onScreen(focused, focused->boundingRect());
-            EXPECT_TRUE(where.rect.adjusted(-slack, -slack, slack, slack)
-                            .contains(focused->mapRectToScene(focused->boundingRect())))
-                << "the focused control is out of sight";
-        }
+        for (const QQuickItem *control : controlsOf(view))
+            EXPECT_TRUE(!control->hasActiveFocus() || inSight(control)) << describe(control);
     }
 }
 
@@ -259,77 +165,62 @@ TEST_P(LayoutTest, everythingIsWholeApartAndOnTheCard)
 // starts on, every control can be reached.
 TEST_P(LayoutTest, eachArrowReachesTheNearestControlThatWay)
 {
-    qsizetype count = 1;
+    qsizetype count = 1, start = -1;
     std::map<qsizetype, std::set<qsizetype>> reaches;
-    qsizetype start = -1;
     for (qsizetype from = 0; from < count; ++from) {
         Extreme::Player shown(QSize(1920, 1080));
         QQuickItem *view = shown.play(GetParam());
         const QList<QQuickItem *> controls = controlsOf(view);
-        ASSERT_FALSE(controls.isEmpty());
+        const auto focused = [&] {
+            return std::find_if(controls.begin(), controls.end(),
+                                [](QQuickItem *c) { return c->hasActiveFocus(); })
+                - controls.begin();
+        };
         count = controls.size();
-        start = controls.indexOf(focusedOf(view));
-        QQuickItem *origin = controls[from];
-        const QRectF originRect = laidOut(origin, view);
-
-        for (const Arrow arrow : {up, down, left, right}) {
-            SCOPED_TRACE(QStringLiteral("%1 from %2")
-                             .arg(QLatin1StringView(names[arrow]), describe(origin))
-                             .toStdString());
-            origin->forceActiveFocus();
-            QTest::keyClick(&shown.window, keys[arrow]);
-            QQuickItem *reached = focusedOf(view);
-            ASSERT_NE(reached, nullptr) << "the focus left the card's controls";
-
-            std::optional<Way> nearest;
-            for (QQuickItem *control : controls) {
-                const std::optional<Way> way = control == origin
-                    ? std::nullopt
-                    : wayTo(originRect, laidOut(control, view), arrow);
-                if (way
-                    && (!nearest || way->inLine > nearest->inLine
-                        || (way->inLine == nearest->inLine && way->gap < nearest->gap)))
+        ASSERT_LT(start = focused(), count) << "the card starts with no control focused";
+        for (int arrow = 0; arrow < 4; ++arrow) {
+            SCOPED_TRACE(testing::Message()
+                         << "arrow " << arrow << " from " << describe(controls[from]));
+            controls[from]->forceActiveFocus();
+            QTest::keyClick(
+                &shown.window,
+                std::array{Qt::Key_Up, Qt::Key_Down, Qt::Key_Left, Qt::Key_Right}[arrow]);
+            const qsizetype reached = focused();
+            ASSERT_LT(reached, count) << "the focus left the card's controls";
+            std::optional<std::pair<bool, qreal>> nearest, way;
+            for (qsizetype to = 0; to < count; ++to) {
+                way = wayTo(laidOut(controls[from], view), laidOut(controls[to], view), arrow);
+                if (to != from && way && (!nearest || *way < *nearest))
                     nearest = way;
             }
+            way = wayTo(laidOut(controls[from], view), laidOut(controls[reached], view), arrow);
             if (!nearest) {
-                EXPECT_EQ(reached, origin) << "moved where nothing lies";
+                EXPECT_EQ(reached, from) << "moved where nothing lies";
                 continue;
             }
-            const std::optional<Way> way = wayTo(originRect, laidOut(reached, view), arrow);
-            ASSERT_TRUE(reached != origin && way) << "did not move that way";
-            EXPECT_EQ(way->inLine, nearest->inLine);
-            EXPECT_LE(way->gap, nearest->gap + slack) << "passed over a nearer control";
-            reaches[from].insert(controls.indexOf(reached));
-            const QRectF whole = reached->mapRectToScene(reached->boundingRect());
-            EXPECT_TRUE(onScreen(reached, reached->boundingRect())
-                            .rect.adjusted(-slack, -slack, slack, slack)
-                            .contains(whole))
-                << "the control reached is out of sight";
-            if (arrow == up) {
+            ASSERT_TRUE(reached != from && way) << "did not move that way";
+            EXPECT_EQ(way->first, nearest->first);
+            EXPECT_LE(way->second, nearest->second + slack) << "passed over a nearer control";
+            EXPECT_TRUE(inSight(controls[reached])) << "the control reached is out of sight";
+            reaches[from].insert(reached);
+            if (arrow == 0) {
                 QTest::keyClick(&shown.window, Qt::Key_Down);
-                EXPECT_EQ(focusedOf(view), origin) << "Down after Up went elsewhere";
+                EXPECT_EQ(focused(), from) << "Down after Up went elsewhere";
             }
         }
     }
-
-    ASSERT_GE(start, 0) << "the card starts with no control focused";
     std::set<qsizetype> seen{start};
-    std::vector<qsizetype> next{start};
-    while (!next.empty()) {
-        const qsizetype at = next.back();
-        next.pop_back();
-        for (const qsizetype to : reaches[at]) {
-            if (seen.insert(to).second)
-                next.push_back(to);
-        }
+    for (std::size_t before = 0; before != seen.size();) {
+        before = seen.size();
+        for (const qsizetype at : std::set(seen))
+            seen.insert(reaches[at].begin(), reaches[at].end());
     }
     EXPECT_EQ(qsizetype(seen.size()), count) << "some controls cannot be reached";
 }
 
 INSTANTIATE_TEST_SUITE_P(Extreme, LayoutTest, testing::ValuesIn(Extreme::scenes()),
                          [](const testing::TestParamInfo<Extreme::Scene> &scene) {
-                             QString name = scene.param.name;
-                             return name.replace(QLatin1Char('-'), QLatin1Char('_')).toStdString();
+                             return QString(scene.param.name).replace(u'-', u'_').toStdString();
                          });
 
 } // namespace

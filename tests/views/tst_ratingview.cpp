@@ -1,394 +1,131 @@
 #include "viewtest.h"
 
-#include "vantora/toolkit/focustvbutton_p.h"
-#include "vantora/toolkit/imageview_p.h"
-#include <vantora/views/rating/vtaratingview.h>
-
-#include <QBuffer>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QQmlEngine>
-#include <QTest>
-
-using namespace Vantora;
-using namespace std::chrono_literals;
-using State = InteractionState;
-
 namespace {
 
-// A host's own rating card with its own layout, as an app hands one in.
-class HostRatingView : public VTARatingView
+Rating live(std::optional<qint64> people, double average)
 {
-    Q_OBJECT
-    Q_CLASSINFO("VantoraLayout", "qrc:/host/HostRatingView.qml")
-
-public:
-    int loaded = 0;
-    int answered = 0;
-
-protected:
-    void didLoadRating() override { ++loaded; }
-    void didAnswerRating() override { ++answered; }
-};
-
-QByteArray png(QColor color)
-{
-    QImage image(8, 8, QImage::Format_ARGB32);
-    image.fill(color);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
-Rating rating(const char *optionsNumber = "5")
-{
-    Rating rating;
-    rating.name = QStringLiteral("How was the half-time show?");
-    rating.id = QStringLiteral("r1");
-    rating.optionsNumber = QString::fromLatin1(optionsNumber);
+    Rating rating = halfTime("5", people, 100);
+    rating.averageRate = average;
     return rating;
 }
 
-Promotion tvPromotion(const char *viewType, std::optional<QString> sponsor = std::nullopt)
-{
-    Promotion promotion;
-    promotion.smart_tv_img = QStringLiteral("promotions/acme.png");
-    promotion.viewType.value = QString::fromLatin1(viewType);
-    promotion.clientType = QStringLiteral("smartTV");
-    promotion.content = QStringLiteral("Acme");
-    if (sponsor)
-        promotion.sponsor = Sponsor{sponsor, std::nullopt, std::nullopt};
-    return promotion;
-}
-
-class RatingTest : public CardTest
-{
-protected:
-    RatingTest()
-    {
-        card.reset(); // the plain card of the fixture is not needed here
-        view.reset(fromNib<VTARatingView>());
-        view->setParentItem(window.contentItem());
-        view->setPosition(QPointF(1920 - view->width() - 60, 100));
-        view->setDelegate(&overlay);
-    }
-
-    void configure(const Rating &r, std::optional<QString> previous = std::nullopt,
-                   std::optional<DesignInfo> design = std::nullopt)
-    {
-        view->configure(r, previous, 30, {120, 40, 2}, design);
-        view->forceActiveFocus();
-        view->focusPreferredItem();
-        clock.runPending();
-    }
-
-    QStringList stepTitles() const
-    {
-        QStringList titles;
-        for (VTARatingAnswerView *row : view->answerViews())
-            titles.append(row->button()->title());
-        return titles;
-    }
-
-    std::unique_ptr<VTARatingView> view;
-};
-
 } // namespace
 
-TEST_F(RatingTest, theScaleHasOneNumberedStepPerValueUpToSix)
+// One step per value from 1 to the scale's maximum: at most 6, 1 when the number does not read,
+// none at zero or below. The remote starts on the highest step, else on close.
+TEST_F(CardTest, aRatingHasOneNumberedStepPerValueOfItsScale)
 {
-    const struct
-    {
-        const char *optionsNumber;
-        const char *titles;
-        const char *maximum;
-    } rows[] = {
-        {"5", "1 2 3 4 5", "5"}, {"10", "1 2 3 4 5 6", "6"}, {"abc", "1", "1"}, {"", "1", "1"},
-        {"0", "", "0"},          {"-3", "", "-3"},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.optionsNumber);
-        const QStringList titles = QString::fromLatin1(row.titles).split(u' ', Qt::SkipEmptyParts);
-        view.reset(fromNib<VTARatingView>());
-        view->setParentItem(window.contentItem());
-        configure(rating(row.optionsNumber));
-        EXPECT_EQ(stepTitles(), titles);
-        EXPECT_EQ(view->answerStack()->childItems().size(), titles.size());
-        EXPECT_EQ(view->state(), State::active);
-        QQuickItem *expectedFocus = titles.isEmpty()
-            ? static_cast<QQuickItem *>(view->infoView()->closeButton())
-            : view->answerViews().last();
-        EXPECT_EQ(view->preferredFocusItem(), expectedFocus);
-        EXPECT_TRUE(expectedFocus->hasActiveFocus());
-        view->showStats();
-        EXPECT_EQ(text(view->maxLabel()), QLatin1StringView(row.maximum));
+    const std::tuple<const char *, const char *, const char *> rows[] = {
+        {"5", "✕ | How was the half-time show? | 1 | 2 | 3 | 4 | [5]", "5"},
+        {"10", "✕ | How was the half-time show? | 1 | 2 | 3 | 4 | 5 | [6]", "6"},
+        {"abc", "✕ | How was the half-time show? | [1]", "1"},
+        {"0", "[✕] | How was the half-time show?", "0"},
+        {"-3", "[✕] | How was the half-time show?", "-3"}};
+    for (const auto &[scale, shown, maximum] : rows) {
+        VTARatingView *card = showRating(halfTime(scale));
+        EXPECT_EQ(screen(card), "30 | SEC | Account | " + std::string(shown));
+        card->showStats();
+        EXPECT_EQ(text(card->maxLabel()), maximum);
     }
 }
 
-TEST_F(RatingTest, theRatingsIconReplacesTheNumbersOnEveryStep)
+TEST_F(CardTest, aRatingsIconTakesThePlaceOfTheNumbersAndTheStar)
 {
-    backend->answer(QStringLiteral("/icons/star.png"), {200, png(Qt::yellow), {}});
-    Rating starred = rating("3");
-    starred.icon = QStringLiteral("icons/star.png");
-    configure(starred);
-    EXPECT_EQ(stepTitles(), (QStringList{QString(), QString(), QString()}));
+    backend->answer(u"/icons/star.png"_s, {200, png({8, 8}, Qt::yellow), {}});
+    Rating rating = halfTime("3");
+    rating.icon = u"icons/star.png"_s;
+    VTARatingView *card = showRating(rating);
     clock.runPending();
-    ASSERT_EQ(backend->requests().size(), 1) << "the icon is loaded once";
-    for (VTARatingAnswerView *step : view->answerViews())
+    EXPECT_EQ(screen(card->scrollView()), "How was the half-time show?");
+    for (VTARatingAnswerView *step : card->answerViews())
         EXPECT_EQ(step->button()->image().pixelColor(1, 1), QColor(Qt::yellow));
-    EXPECT_EQ(view->starIcon()->image().pixelColor(1, 1), QColor(Qt::yellow));
-}
-
-TEST_F(RatingTest, theRemoteRatesOnceAndTheCardTurnsToTheAverage)
-{
-    backend->answer(QStringLiteral("/userApi/rating/answer_new/r1"),
-                    {200,
-                     QByteArray(R"({"answer":{"userId":"u","ratingId":"r1","answer":4,)"
-                                R"("channelId":"ch1","isAnswered":true,"expoints_given":5}})"),
-                     {}});
-    Rating rated = rating("5");
-    rated.totalPeople = 4;
-    rated.totalPoints = 14;
-    configure(rated);
-    EXPECT_TRUE(view->answerViews().last()->button()->hasActiveFocus()) << "the highest step";
-    QTest::keyClick(&window, Qt::Key_Left);
-    QTest::keyClick(&window, Qt::Key_Left);
-    QTest::keyClick(&window, Qt::Key_Right);
-    EXPECT_TRUE(view->answerViews().at(3)->button()->hasActiveFocus());
-    QTest::keyClick(&window, Qt::Key_Select);
-
-    EXPECT_EQ(overlay.calls,
-              (QStringList{QStringLiteral("didSelectRatingAnswer(4, r1)"),
-                           QStringLiteral("completed(open)")}));
-    ASSERT_EQ(backend->requests().size(), 1);
-    const HttpRequest &sent = backend->requests().first();
-    EXPECT_EQ(sent.url.path(), QStringLiteral("/userApi/rating/answer_new/r1"));
-    EXPECT_TRUE(sent.body.contains(R"({"data":{"answer":4,"broadcasterName":"bc",)"
-                                   R"("channelId":"ch1","userToken":"token"}})"))
-        << sent.body.toStdString();
-    EXPECT_TRUE(view->answerViews().at(3)->button()->isSelected());
-    EXPECT_FALSE(view->answerViews().at(4)->button()->isSelected());
-    EXPECT_EQ(view->state(), State::completed);
-    EXPECT_FALSE(view->answerStack()->isVisible());
-    EXPECT_TRUE(view->resultContainer()->isVisible());
-    EXPECT_EQ(text(view->averageLabel()), QStringLiteral("3.6")) << "(14 + 4) / (4 + 1)";
-    EXPECT_EQ(text(view->maxLabel()), QStringLiteral("5"));
-    EXPECT_TRUE(view->infoView()->closeButton()->hasActiveFocus());
-
-    clock.runPending();
-    EXPECT_EQ(overlay.calls.last(), QStringLiteral("ratingReply(r1, ok)"));
-    overlay.calls.clear();
-    view->actionAnswer(view->answerViews().first()->button());
-    clock.runPending();
-    EXPECT_TRUE(overlay.calls.isEmpty()) << "a second press does nothing";
+    EXPECT_EQ(card->starIcon()->image().pixelColor(1, 1), QColor(Qt::yellow));
     EXPECT_EQ(backend->requests().size(), 1);
-    EXPECT_EQ(text(view->averageLabel()), QStringLiteral("3.6"));
 }
 
-TEST_F(RatingTest, theAverageCountsTheViewerInBeforeTheBackendReplies)
+// The remote moves along the steps and OK rates once: that step is selected, the overlay and the
+// backend hear of it, and the card turns to the audience's average, the viewer counted in, out of
+// the maximum, with the focus on close. The reply goes to the overlay.
+TEST_F(CardTest, theRemoteRatesOnceAndTheCardTurnsToTheAverage)
 {
-    const struct
-    {
-        const char *name;
-        std::optional<qint64> people, points;
-        int step;
-        const char *average;
-        std::optional<qint64> peopleAfter;
-    } rows[] = {
-        {"known figures", 4, 14, 5, "3.8", 5},
-        {"no figures", std::nullopt, std::nullopt, 4, "0.0", std::nullopt},
-        {"points without people", std::nullopt, 14, 4, "18.0", std::nullopt},
-        {"first to rate", 0, 0, 3, "3.0", 1},
-    };
-    overlay.token.reset(); // no request: the average stays local
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        overlay.calls.clear();
-        view.reset(fromNib<VTARatingView>());
-        view->setParentItem(window.contentItem());
-        view->setDelegate(&overlay);
-        Rating rated = rating("5");
-        rated.totalPeople = row.people;
-        rated.totalPoints = row.points;
-        configure(rated);
-        view->actionAnswer(view->answerViews().at(row.step - 1)->button());
-        EXPECT_EQ(text(view->averageLabel()), QLatin1StringView(row.average));
-        EXPECT_EQ(view->rating()->totalPeople, row.peopleAfter);
-        EXPECT_EQ(overlay.calls, QStringList{QStringLiteral("completed(open)")});
+    backend->answer(u"/userApi/rating/answer_new/r1"_s,
+                    {200, TestSupport::loadFixture(u"answer_rating.json"), {}});
+    VTARatingView *card = showRating(halfTime("5", 4, 14));
+    press({Qt::Key_Left, Qt::Key_Left, Qt::Key_Right, Qt::Key_Select});
+    card->actionAnswer(card->answerViews()[0]->button());
+    EXPECT_EQ(screen(card),
+              "POINTS | 1,000 | LEVEL | 2 | Account | [✕] | How was the half-time show? "
+              "| AUDIENCE RATING | 3.6 | / | 5");
+    std::string selected;
+    for (VTARatingAnswerView *step : card->answerViews())
+        selected += step->button()->isSelected() ? '*' : '-';
+    EXPECT_EQ(selected, "---*-");
+    clock.runPending();
+    EXPECT_EQ(overlay.take(), "rating(4, r1); completed; rating(4, r1) ok");
+    EXPECT_EQ(backend->requests().size(), 1);
+    EXPECT_EQ(lastRequest(),
+              R"(/userApi/rating/answer_new/r1 {"data":{"answer":4,)"
+              R"("broadcasterName":"bc","channelId":"ch1","userToken":"token"}})");
+}
+
+// (points + the rating) ÷ (people + 1), missing points counting 0 and missing people 1; without a
+// viewer nothing is sent, and without an overlay the card turns all the same.
+TEST_F(CardTest, theAverageCountsTheViewerInBeforeTheBackendReplies)
+{
+    const std::tuple<std::optional<qint64>, std::optional<qint64>, int, const char *> rows[] = {
+        {4, 14, 5, "3.8"}, {{}, {}, 4, "0.0"}, {{}, 14, 4, "18.0"}, {0, 0, 3, "3.0"}};
+    overlay.token.reset();
+    for (const auto &[people, points, step, average] : rows) {
+        VTARatingView *card = showRating(halfTime("5", people, points));
+        card->actionAnswer(card->answerViews()[step - 1]->button());
+        EXPECT_EQ(text(card->averageLabel()) + ' ' + overlay.take(),
+                  std::string(average) + " completed");
     }
     EXPECT_TRUE(backend->requests().isEmpty());
-
-    view.reset(fromNib<VTARatingView>()); // no overlay
-    configure(rating("5"));
-    overlay.calls.clear();
-    view->actionAnswer(view->answerViews().first()->button());
-    EXPECT_TRUE(overlay.calls.isEmpty()) << "no overlay, no calls";
-    EXPECT_EQ(view->state(), State::completed);
+    VTARatingView *card = showRating(halfTime("5", 1, 2));
+    card->setDelegate(nullptr);
+    card->actionAnswer(card->answerViews()[3]->button());
+    EXPECT_EQ(text(card->averageLabel()), "3.0");
 }
 
-TEST_F(RatingTest, anAlreadyRatedCardOpensOnTheAverageWithoutACountdown)
+// Rated before it opened, a card shows the average at once, with no countdown and no step
+// selected, and takes no rating.
+TEST_F(CardTest, aRatedCardOpensOnTheAverage)
 {
-    Rating rated = rating("5");
-    rated.averageRate = 3.25;
-    rated.totalPeople = 8;
-    configure(rated, QStringLiteral("4"));
-    EXPECT_EQ(view->state(), State::completed);
-    EXPECT_FALSE(view->answerStack()->isVisible());
-    EXPECT_EQ(text(view->averageLabel()), QStringLiteral("3.2")) << "ties to even, as printf";
-    EXPECT_FALSE(view->infoView()->timerView()->isVisible());
-    EXPECT_TRUE(view->infoView()->closeButton()->hasActiveFocus());
-    for (VTARatingAnswerView *step : view->answerViews())
-        EXPECT_FALSE(step->button()->isSelected()) << "the earlier answer marks no step";
+    Rating rating = halfTime("5", 8);
+    rating.averageRate = 3.25;
+    VTARatingView *card = showRating(rating, u"4"_s);
+    EXPECT_EQ(screen(card),
+              "POINTS | 1,000 | LEVEL | 2 | Account | [✕] | How was the half-time show? "
+              "| AUDIENCE RATING | 3.2 | / | 5");
+    EXPECT_FALSE(card->starIcon()->image().isNull()) << "a star beside the average";
+    card->actionAnswer(card->answerViews()[0]->button());
     clock.advanceBy(40s);
-    EXPECT_TRUE(overlay.calls.isEmpty()) << "no countdown closes it";
-    view->actionAnswer(view->answerViews().first()->button());
-    EXPECT_TRUE(backend->requests().isEmpty()) << "rated already";
+    EXPECT_FALSE(card->answerViews()[0]->button()->isSelected());
+    EXPECT_EQ(overlay.take(), "");
+    EXPECT_TRUE(backend->requests().isEmpty());
 }
 
-TEST_F(RatingTest, liveFiguresAreTakenOnlyWhenMorePeopleRated)
+// Live figures replace the card's only when more people have rated; the card shows them once the
+// viewer has rated.
+TEST_F(CardTest, liveRatingFiguresCountOnlyWhenMorePeopleRated)
 {
-    const auto live = [](std::optional<qint64> people, double average) {
-        Rating update = rating("5");
-        update.name = QStringLiteral("another name");
-        update.totalPeople = people;
-        update.totalPoints = 100;
-        update.averageRate = average;
-        return update;
-    };
     overlay.token.reset();
-    Rating rated = rating("5");
-    rated.totalPeople = 4;
-    rated.totalPoints = 14;
-    configure(rated);
-
-    view->updateInfo(live(9, 4.1));
-    EXPECT_EQ(view->rating()->totalPeople, 9) << "taken while unrated";
-    EXPECT_FALSE(view->resultContainer()->isVisible()) << "but not shown before rating";
-    EXPECT_EQ(view->rating()->name, QStringLiteral("How was the half-time show?"));
-
-    view->actionAnswer(view->answerViews().at(2)->button()); // (100 + 3) / 10
-    EXPECT_EQ(text(view->averageLabel()), QStringLiteral("10.3"));
-    const struct
-    {
-        std::optional<qint64> people;
-        double average;
-        const char *shown;
-    } rows[] = {{10, 2.0, "10.3"}, {7, 2.0, "10.3"},  {std::nullopt, 2.0, "10.3"},
-                {0, 2.0, "10.3"},  {11, 4.25, "4.2"}, {12, 4.35, "4.3"}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.people.value_or(-1));
-        view->updateInfo(live(row.people, row.average));
-        EXPECT_EQ(text(view->averageLabel()), QLatin1StringView(row.shown));
+    VTARatingView *card = showRating(halfTime("5", 4, 14));
+    card->updateInfo(live(9, 4.1));
+    EXPECT_FALSE(card->resultContainer()->isVisible());
+    card->actionAnswer(card->answerViews()[2]->button());
+    EXPECT_EQ(text(card->averageLabel()), "10.3") << "(100 + 3) / (9 + 1)";
+    const std::tuple<std::optional<qint64>, double, const char *> rows[] = {
+        {10, 2.0, "10.3"}, {7, 2.0, "10.3"},  {{}, 2.0, "10.3"},
+        {0, 2.0, "10.3"},  {11, 4.25, "4.2"}, {12, 4.35, "4.3"}};
+    for (const auto &[people, average, shown] : rows) {
+        card->updateInfo(live(people, average));
+        EXPECT_EQ(text(card->averageLabel()), shown) << people.value_or(-1);
     }
-
-    view.reset(fromNib<VTARatingView>());
-    configure(rating("5"), QStringLiteral("2")); // nobody counted yet
-    view->updateInfo(live(0, 3.0));
-    EXPECT_EQ(text(view->averageLabel()), QStringLiteral("0.0"));
-    view->updateInfo(live(1, 3.0));
-    EXPECT_EQ(text(view->averageLabel()), QStringLiteral("3.0"));
+    card = showRating(halfTime("5"), u"2"_s); // nobody counted yet
+    card->updateInfo(live(0, 3.0));
+    EXPECT_EQ(text(card->averageLabel()), "0.0");
+    card->updateInfo(live(1, 3.0));
+    EXPECT_EQ(text(card->averageLabel()), "3.0");
 }
-
-TEST_F(RatingTest, thePromotionComesAtItsOwnTime)
-{
-    const struct
-    {
-        const char *viewType;
-        bool answer;
-        std::chrono::milliseconds delay; ///< 0: never
-    } rows[] = {
-        {"display", false, 800ms},
-        {"flip", false, 0ms},
-        {"flip", true, 3000ms},
-        {"display", true, 800ms},
-    };
-    overlay.token.reset();
-    backend->answer(QStringLiteral("/promotions/acme.png"), {200, png(Qt::green), {}});
-    for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << row.viewType << " answered " << row.answer);
-        view.reset(fromNib<VTARatingView>());
-        view->setParentItem(window.contentItem());
-        Rating promoted = rating("5");
-        promoted.prizes = {tvPromotion(row.viewType)};
-        configure(promoted);
-        if (row.answer)
-            view->actionAnswer(view->answerViews().first()->button());
-        QQuickItem *container = QLatin1StringView(row.viewType) == QLatin1StringView("flip")
-            ? view->promotionFlipContainer()
-            : view->promotionContainer();
-        if (row.delay > 0ms) {
-            clock.advanceBy(row.delay - 10ms);
-            EXPECT_FALSE(container->isVisible());
-            clock.advanceBy(10ms);
-            EXPECT_TRUE(container->isVisible());
-            // The card's result lies under the promotion, dimmed with the rest of the card.
-            EXPECT_TRUE(view->mainContainer()->isAncestorOf(view->resultContainer()));
-        } else {
-            clock.advanceBy(5s);
-            EXPECT_FALSE(container->isVisible()) << "shown only once rated";
-        }
-    }
-}
-
-TEST_F(RatingTest, analyticsNameTheRatingAndItsTvSponsor)
-{
-    const struct
-    {
-        const char *name;
-        QList<Promotion> prizes;
-        std::optional<QString> sponsor;
-    } rows[] = {
-        {"no prizes", {}, std::nullopt},
-        {"TV sponsor", {tvPromotion("flip", QStringLiteral("Acme"))}, QStringLiteral("Acme")},
-        {"TV prize without sponsor", {tvPromotion("flip")}, std::nullopt},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        Rating sponsored = rating("5");
-        sponsored.prizes = row.prizes;
-        view.reset(fromNib<VTARatingView>());
-        configure(sponsored);
-        const AnalyticsInfo info = view->getAnalyticsInfo();
-        EXPECT_EQ(info.module, QStringLiteral("Rating"));
-        EXPECT_EQ(info.submodule, QStringLiteral("r1"));
-        EXPECT_EQ(info.sponsor, row.sponsor);
-    }
-}
-
-TEST_F(RatingTest, theDesignColoursTheStepsAndTheAverage)
-{
-    configure(rating("3"), std::nullopt,
-              DesignInfo{{}, {}, {}, QStringLiteral("#FFD54F"), {}, QStringLiteral("#1E88E5")});
-    const QColor text(0xFF, 0xD5, 0x4F);
-    for (QQuickItem *label :
-         {view->outOfLabel(), view->averageLabel(), view->maxLabel(), view->titleLabel()})
-        EXPECT_EQ(label->property("color").value<QColor>(), text);
-    for (VTARatingAnswerView *step : view->answerViews()) {
-        EXPECT_EQ(step->button()->normalTitleColor, text);
-        EXPECT_EQ(step->button()->focusedTitleColor, text);
-        EXPECT_EQ(step->button()->focusedBackgroundColor, QColor(0x1E, 0x88, 0xE5));
-    }
-    EXPECT_EQ(view->answerViews().last()->button()->titleLabel()->property("color").value<QColor>(),
-              text)
-        << "redrawn";
-}
-
-TEST_F(RatingTest, aHostSubclassLoadsWithItsOwnLayout)
-{
-    qmlRegisterType<HostRatingView>("HostCards", 1, 0, "HostRatingViewBase");
-    std::unique_ptr<HostRatingView> host(VTAViews::create<HostRatingView>());
-    ASSERT_NE(host, nullptr);
-    EXPECT_EQ(host->width(), 1000) << "the host's layout, not the library's";
-    host->setParentItem(window.contentItem());
-    host->setDelegate(&overlay);
-    overlay.token.reset();
-    host->configure(rating("3"), std::nullopt, 30, {}, std::nullopt);
-    EXPECT_EQ(host->loaded, 1);
-    EXPECT_EQ(host->answerViews().size(), 3);
-    host->actionAnswer(host->answerViews().first()->button());
-    EXPECT_EQ(host->answered, 1);
-    EXPECT_EQ(host->averageLabel()->property("text").toString(), QStringLiteral("0.0"));
-}
-
-#include "tst_ratingview.moc"

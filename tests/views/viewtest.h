@@ -3,112 +3,246 @@
 #include "memorytransport.h"
 #include "testsupport.h"
 #include "vantora/service/vtaservicemanager_p.h"
-#include "vantora/toolkit/viewloader_p.h"
+#include "vantora/toolkit/focustvbutton_p.h"
+#include "vantora/toolkit/imageview_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
 #include "vantora/views/interactiondelegate_p.h"
-#include <vantora/views/interactionview/vtainteractionview.h>
+#include "vantora/views/notice/noticedelegate_p.h"
+#include <vantora/views/notice/vtanotice.h>
+#include <vantora/views/poll/vtapollview.h>
+#include <vantora/views/rating/vtaratingview.h>
+#include <vantora/views/trivia/vtatriviaview.h>
 
+#include <QBuffer>
+#include <QJsonDocument>
 #include <QQuickWindow>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
-#include <memory>
+// Records are written with designated initializers that name only the members a test sets.
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 
-// An overlay stand-in that writes down every call a card makes.
-class RecordingDelegate : public QObject, public Vantora::InteractionDelegate
+using namespace Vantora;
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+using State = Vantora::InteractionState;
+template <class Reply>
+using Done = VTAServiceManager::Completion<Reply>;
+
+// An overlay stand-in that writes down every call of a card or a notice, and the backend's reply
+// to each answer, which the cards hand to the overlay.
+class RecordingOverlay : public QObject, public InteractionDelegate, public NoticeDelegate
 {
     Q_OBJECT
-    Q_INTERFACES(Vantora::InteractionDelegate)
+    Q_INTERFACES(Vantora::InteractionDelegate Vantora::NoticeDelegate)
 
 public:
     QStringList calls;
-    std::optional<QString> token = QStringLiteral("token"); ///< the signed-in viewer's
+    std::optional<QString> token = u"token"_s; ///< the signed-in viewer's
 
-    // The overlay's handler of an answer's reply: notes that the reply arrived.
+    std::string take() { return std::exchange(calls, {}).join(u"; "_s).toStdString(); }
     template <class Reply>
-    Vantora::VTAServiceManager::Completion<Reply> replyRecorder(const QString &kind)
+    Done<Reply> note(const QString &call)
     {
-        return [this, kind](Vantora::ServiceResult<Reply> reply) {
-            calls.append(QStringLiteral("%1 reply(%2)")
-                             .arg(kind, reply ? QStringLiteral("ok") : QStringLiteral("error")));
+        calls.append(call);
+        return [this, call](auto reply) {
+            calls.append(call + (reply ? u" ok"_s : u" failed"_s));
         };
     }
-
-    void closeInteraction(VTAInteractionView *, bool fromButton) override
+    Done<AnswerTriviaResponse> didSelectTriviaAnswer(const QString &a, const QString &id) override
     {
-        calls.append(fromButton ? QStringLiteral("close(button)")
-                                : QStringLiteral("close(no button)"));
+        return note<AnswerTriviaResponse>(u"trivia(%1, %2)"_s.arg(a, id));
     }
-    Vantora::VTAServiceManager::Completion<Vantora::AnswerTriviaResponse>
-    didSelectTriviaAnswer(const QString &answer, const QString &triviaID) override
+    Done<AnswerPollResponse> didSelectPollAnswer(const QString &a, const QString &id,
+                                                 const QString &type) override
     {
-        calls.append(QStringLiteral("didSelectTriviaAnswer(%1, %2)").arg(answer, triviaID));
-        return replyRecorder<Vantora::AnswerTriviaResponse>(QStringLiteral("trivia"));
+        return note<AnswerPollResponse>(u"poll(%1, %2, %3)"_s.arg(a, id, type));
     }
-    Vantora::VTAServiceManager::Completion<Vantora::AnswerPollResponse>
-    didSelectPollAnswer(const QString &answer, const QString &pollID,
-                        const QString &pollType) override
+    Done<AnswerRatingResponse> didSelectRatingAnswer(qint64 answer, const QString &id) override
+    {
+        return note<AnswerRatingResponse>(u"rating(%1, %2)"_s.arg(answer).arg(id));
+    }
+    void closeInteraction(VTAInteractionView *, bool button) override
+    {
+        calls.append(button ? u"close(button)"_s : u"close"_s);
+    }
+    void closeNotice(VTANotice *notice, bool button) override
     {
         calls.append(
-            QStringLiteral("didSelectPollAnswer(%1, %2, %3)").arg(answer, pollID, pollType));
-        return replyRecorder<Vantora::AnswerPollResponse>(QStringLiteral("poll"));
+            u"closeNotice(%1%2)"_s.arg(notice->noticeId(), button ? u", button"_s : u""_s));
     }
-    // Records the call, and the backend's reply when the card hands the completion on.
-    Vantora::VTAServiceManager::Completion<Vantora::AnswerRatingResponse>
-    didSelectRatingAnswer(qint64 answer, const QString &ratingID) override
-    {
-        calls.append(QStringLiteral("didSelectRatingAnswer(%1, %2)").arg(answer).arg(ratingID));
-        return [this, ratingID](Vantora::ServiceResult<Vantora::AnswerRatingResponse> reply) {
-            calls.append(
-                QStringLiteral("ratingReply(%1, %2)")
-                    .arg(ratingID, reply ? QStringLiteral("ok") : QStringLiteral("error")));
-        };
-    }
-    void didEndPoll() override { calls.append(QStringLiteral("didEndPoll")); }
+    void didEndPoll() override { calls.append(u"didEndPoll"_s); }
     std::optional<QString> userToken() const override { return token; }
-    QString channelID() const override { return QStringLiteral("ch1"); }
-    QString broadcaster() const override { return QStringLiteral("bc"); }
-    void handleInteractionCompleted(bool didClose) override
+    QString channelID() const override { return u"ch1"_s; }
+    QString broadcaster() const override { return u"bc"_s; }
+    void handleInteractionCompleted(bool closed) override
     {
-        calls.append(
-            QStringLiteral("completed(%1)").arg(QLatin1StringView(didClose ? "closed" : "open")));
+        calls.append(closed ? u"completed(closed)"_s : u"completed"_s);
     }
-    void sendAnalyticsEvent(const Vantora::AnalyticsInfo &, const QString &type,
-                            bool isActivity) override
+    void sendAnalyticsEvent(const AnalyticsInfo &info, const QString &type, bool activity) override
     {
-        calls.append(QStringLiteral("analytics(%1, %2)")
-                         .arg(type, isActivity ? QStringLiteral("activity") : QStringLiteral("-")));
+        calls.append(u"%1(%2 %3 %4%5)"_s.arg(type, info.module, info.submodule.value_or(u"-"_s),
+                                             info.sponsor.value_or(u"-"_s),
+                                             activity ? u", activity"_s : u""_s));
     }
 };
 
-// A card on a shown 1080p window, in virtual time, with an in-memory backend for its images.
+inline std::string text(const QQuickItem *item)
+{
+    return item->property("text").toString().toStdString();
+}
+inline QColor color(const QObject *item)
+{
+    return item->property("color").value<QColor>();
+}
+// What the viewer reads in an item, in the order of its items: each visible text, " | " between
+// them, the focused control's in [brackets].
+inline std::string screen(const QQuickItem *item, bool focused = false)
+{
+    if (!item->isVisible() || item->opacity() == 0)
+        return {};
+    focused = focused || (item->activeFocusOnTab() && item->hasActiveFocus());
+    std::string shown = item->inherits("QQuickText") ? text(item) : std::string();
+    if (focused && !shown.empty())
+        shown = '[' + shown + ']';
+    for (const QQuickItem *child : item->childItems()) {
+        const std::string more = screen(child, focused);
+        shown += shown.empty() || more.empty() ? more : " | " + more;
+    }
+    return shown;
+}
+
+inline QByteArray png(QSize size, QColor color = Qt::magenta)
+{
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(color);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+inline Promotion tvPromotion(const char *viewType, std::optional<QString> sponsor = {})
+{
+    return {.content = u"<b>Brought to you by Acme</b>"_s,
+            .viewType = {QString::fromLatin1(viewType)},
+            .clientType = u"smartTV"_s,
+            .smart_tv_img = u"promotions/acme.png"_s,
+            .sponsor = sponsor ? std::optional(Sponsor{.name = sponsor}) : std::nullopt};
+}
+
+inline Trivia olympics(std::optional<TriviaAnswer> answer = {})
+{
+    return {{.id = u"t1"_s,
+             .question = u"Which city hosted the first modern Games?"_s,
+             .answers = {{.answer = u"Paris"_s}, {.answer = u"Athens"_s}, {.answer = u"London"_s}}},
+            answer};
+}
+
+// The backend's verdict on an answer to olympics().
+inline TriviaAnswer verdict(const char *answer)
+{
+    return {.answer = QString::fromLatin1(answer),
+            .correctAnswer = {.answer = u"Athens"_s},
+            .isCorrect = qstrcmp(answer, "Athens") == 0};
+}
+
+inline Poll matchPoll(const char *status = "active", const char *viewType = "votes")
+{
+    return {.id = u"p1"_s,
+            .question = u"Who scores next?"_s,
+            .questionType = u"poll"_s,
+            .viewType = QString::fromLatin1(viewType),
+            .status = QString::fromLatin1(status),
+            .answers = {{.answer = u"Home"_s, .totals = 2},
+                        {.answer = u"Away"_s, .totals = 1},
+                        {.answer = u"Nobody"_s, .totals = 1}}};
+}
+
+inline Rating halfTime(const char *scale = "5", std::optional<qint64> people = {},
+                       std::optional<qint64> points = {})
+{
+    return {.name = u"How was the half-time show?"_s,
+            .id = u"r1"_s,
+            .optionsNumber = QString::fromLatin1(scale),
+            .totalPeople = people,
+            .totalPoints = points};
+}
+
+// Views on a shown 1080p window in virtual time, reporting to the recording overlay, with an
+// in-memory backend that has the sponsor's picture.
 class CardTest : public testing::Test
 {
 protected:
     CardTest()
     {
-        auto transport = std::make_unique<Vantora::TestSupport::MemoryTransport>();
+        auto transport = std::make_unique<TestSupport::MemoryTransport>();
         backend = transport.get();
-        Vantora::VTAServiceManager::shared().setTransport(std::move(transport));
-        Vantora::VTAServiceManager::shared().setEnvironment(
-            VTAEnvironment(QStringLiteral("https://api.example.com/userApi"),
-                           QStringLiteral("https://media.example.com"), QStringLiteral("k"),
-                           QStringLiteral("us2"), QStringLiteral("test3")));
+        VTAServiceManager::shared().setTransport(std::move(transport));
+        VTAServiceManager::shared().setEnvironment(
+            VTAEnvironment(u"https://api.example.com/userApi"_s, u"https://media.example.com"_s,
+                           u"k"_s, u"us2"_s, u"test3"_s));
+        backend->answer(u"/promotions/acme.png"_s, {200, png({8, 8}, Qt::green), {}});
         window.resize(1920, 1080);
-        card.reset(Vantora::fromNib<VTAInteractionView>());
-        card->setParentItem(window.contentItem());
-        card->setX(1920 - card->width() - 60);
-        card->setY(100);
-        card->setDelegate(&overlay);
         window.show();
-        clock.runPending();
     }
 
-    QString text(QQuickItem *label) const { return label->property("text").toString(); }
+    template <class T = VTAInteractionView>
+    T *make()
+    {
+        T *view = VTAViews::create<T>();
+        views.emplace_back(view);
+        view->setParentItem(window.contentItem());
+        view->setPosition({600, 60});
+        view->setDelegate(&overlay);
+        return view;
+    }
+    // As the overlay shows a card: configured, with the remote's focus.
+    template <class T, class Item, class... Args>
+    T *show(const Item &item, Args... args)
+    {
+        T *card = make<T>();
+        card->configure(item, args...);
+        card->forceActiveFocus();
+        card->focusPreferredItem();
+        clock.runPending();
+        return card;
+    }
+    VTATriviaView *showTrivia(const Trivia &trivia, std::optional<DesignInfo> design = {})
+    {
+        return show<VTATriviaView>(trivia, 30, viewer, design);
+    }
+    VTAPollView *showPoll(const Poll &poll, std::optional<QString> previous = {},
+                          std::optional<DesignInfo> design = {})
+    {
+        return show<VTAPollView>(poll, previous, 20, viewer, design);
+    }
+    VTARatingView *showRating(const Rating &rating, std::optional<QString> previous = {},
+                              std::optional<DesignInfo> design = {})
+    {
+        return show<VTARatingView>(rating, previous, 30, viewer, design);
+    }
+    void press(std::initializer_list<Qt::Key> keys)
+    {
+        for (Qt::Key key : keys)
+            QTest::keyClick(&window, key);
+    }
+    // The last request: its path and the JSON it carries.
+    std::string lastRequest() const
+    {
+        const QByteArray body = backend->requests().last().body;
+        const qsizetype start = body.indexOf('{');
+        return (backend->requests().last().url.path().toUtf8() + ' '
+                + QJsonDocument::fromJson(body.mid(start, body.lastIndexOf('}') + 1 - start))
+                      .toJson(QJsonDocument::Compact))
+            .toStdString();
+    }
 
-    Vantora::VirtualTimeScheduler clock;
-    Vantora::TestSupport::MemoryTransport *backend = nullptr;
-    RecordingDelegate overlay;
+    static constexpr VTAPointsInfo viewer{1000, 0, 2};
+    VirtualTimeScheduler clock;
+    TestSupport::MemoryTransport *backend = nullptr;
+    RecordingOverlay overlay;
     QQuickWindow window;
-    std::unique_ptr<VTAInteractionView> card;
+    std::vector<std::unique_ptr<QQuickItem>> views;
 };

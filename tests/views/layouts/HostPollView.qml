@@ -1,13 +1,8 @@
-import QtQuick
 import Vantora.Views
 import HostCards
 
-// A host's own poll card around the library's frame.
+// A host's own poll card around the library's frame, wider.
 HostPollViewBase {
-    width: 1400
-    height: 880
-
-    CardFrame {
-        anchors.fill: parent
-    }
+    width: 1400; height: 880
+    CardFrame { anchors.fill: parent }
 }

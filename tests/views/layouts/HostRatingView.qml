@@ -3,34 +3,15 @@ import Vantora.Views
 import Vantora.Toolkit
 import HostCards
 
-// A host's own rating layout: the library's frame, its result laid out its own way.
+// A host's own rating card: the library's frame, narrower, its result laid out its own way.
 HostRatingViewBase {
-    width: 1000
-    height: 880
-
-    CardFrame {
-        anchors.fill: parent
-    }
-
+    width: 1000; height: 880
+    CardFrame { anchors.fill: parent }
     Row {
-        objectName: "resultContainer"
-        y: 600
-        visible: false
-
-        ImageView {
-            objectName: "starIcon"
-            width: 40
-            height: 40
-        }
-        Text {
-            objectName: "averageLabel"
-        }
-        Text {
-            objectName: "outOfLabel"
-            text: " of "
-        }
-        Text {
-            objectName: "maxLabel"
-        }
+        objectName: "resultContainer"; y: 600; visible: false
+        ImageView { objectName: "starIcon"; width: 40; height: 40 }
+        Text { objectName: "averageLabel" }
+        Text { objectName: "outOfLabel"; text: " of " }
+        Text { objectName: "maxLabel" }
     }
 }

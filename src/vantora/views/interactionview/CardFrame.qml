@@ -83,7 +83,8 @@ Item {
                 Item {
                     width: parent.width
                     height: 112
-                    visible: icon.implicitWidth > 0 || indicator.visible
+                    // (The spinner's own visibility follows this item's: read what it was told.)
+                    visible: icon.implicitWidth > 0 || indicator.running
 
                     ImageView {
                         id: icon

@@ -1,0 +1,123 @@
+// A host's own cards, rows and notice: subclasses naming layouts of their own (layouts/), made
+// with VTAViews::create() and told through their hooks what the viewer did.
+
+#include "viewtest.h"
+
+#include <QQmlEngine>
+
+namespace {
+
+std::string hooks; // what the host's classes were told, in order
+
+class HostTriviaView : public VTATriviaView
+{
+    Q_OBJECT
+    Q_CLASSINFO("VantoraLayout", "qrc:/host/HostTriviaView.qml")
+    void didLoadTrivia() override { hooks += "load "; }
+};
+
+class HostPollAnswerView : public VTAPollAnswerView
+{
+    Q_OBJECT
+    Q_CLASSINFO("VantoraLayout", "qrc:/host/HostPollAnswerView.qml")
+    void setButtonStyleCompleted(bool selected) override { hooks += selected ? "1 " : "0 "; }
+};
+
+class HostPollView : public VTAPollView
+{
+    Q_OBJECT
+    Q_CLASSINFO("VantoraLayout", "qrc:/host/HostPollView.qml")
+    VTAPollAnswerView *createAnswerView() override
+    {
+        return VTAViews::create<HostPollAnswerView>();
+    }
+};
+
+class HostRatingAnswerView : public VTARatingAnswerView
+{
+    Q_OBJECT
+    Q_CLASSINFO("VantoraLayout", "qrc:/host/HostRatingAnswerView.qml")
+    void setButtonStyleCompleted(bool selected) override { hooks += selected ? "1 " : "0 "; }
+};
+
+class HostRatingView : public VTARatingView
+{
+    Q_OBJECT
+    Q_CLASSINFO("VantoraLayout", "qrc:/host/HostRatingView.qml")
+    VTARatingAnswerView *createAnswerView() override
+    {
+        return VTAViews::create<HostRatingAnswerView>();
+    }
+    void didLoadRating() override { hooks += "load "; }
+    void didAnswerRating() override { hooks += "answer "; }
+};
+
+class HostNotice : public VTANotice
+{
+    Q_OBJECT
+    Q_CLASSINFO("VantoraLayout", "qrc:/host/HostNotice.qml")
+};
+
+class HostTest : public CardTest
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        qmlRegisterType<HostTriviaView>("HostCards", 1, 0, "HostTriviaViewBase");
+        qmlRegisterType<HostPollView>("HostCards", 1, 0, "HostPollViewBase");
+        qmlRegisterType<HostPollAnswerView>("HostCards", 1, 0, "HostPollAnswerViewBase");
+        qmlRegisterType<HostRatingView>("HostCards", 1, 0, "HostRatingViewBase");
+        qmlRegisterType<HostRatingAnswerView>("HostCards", 1, 0, "HostRatingAnswerViewBase");
+        qmlRegisterType<HostNotice>("HostCards", 1, 0, "HostNoticeBase");
+    }
+    void SetUp() override { hooks.clear(); }
+};
+
+} // namespace
+
+TEST_F(HostTest, aHostsTriviaCardAndNoticeWorkInTheirOwnLayouts)
+{
+    auto *trivia = show<HostTriviaView>(olympics(), 30, viewer, std::nullopt);
+    trivia->showResult(verdict("Athens"), std::nullopt);
+    auto *notice = make<HostNotice>();
+    notice->configure({u"Home"_s, 3, {}}, matchPoll(), true, 3, u"Home"_s, std::nullopt);
+    EXPECT_EQ(trivia->width(), 1400);
+    EXPECT_EQ(notice->width(), 500);
+    EXPECT_EQ(text(trivia->resultLabel()) + ", " + text(notice->pointsLabel()) + ", " + hooks,
+              "Correct answer, +3 pts, load ");
+}
+
+// Each row learns whether it holds the viewer's answer: when the poll opens answered or closed,
+// and again when the viewer votes.
+TEST_F(HostTest, aHostsPollRowsLearnWhichAnswerIsTheViewers)
+{
+    const std::tuple<std::optional<QString>, const char *, const char *> rows[] = {
+        {u"Away"_s, "active", "0 1 0 "},
+        {u"Draw"_s, "active", "0 0 0 "},
+        {{}, "closed", "0 0 0 "},
+        {{}, "active", ""}};
+    for (const auto &[previous, status, told] : rows) {
+        EXPECT_EQ(
+            show<HostPollView>(matchPoll(status), previous, 20, viewer, std::nullopt)->width(),
+            1400);
+        EXPECT_EQ(std::exchange(hooks, {}), told) << status;
+    }
+    overlay.token.reset();
+    press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Select});
+    EXPECT_EQ(hooks, "0 0 1 ");
+}
+
+// Rating N marks every step from 1 up to and including N; a card rated before it opened marks
+// none.
+TEST_F(HostTest, aHostsRatingStepsAreMarkedUpToTheRating)
+{
+    overlay.token.reset();
+    auto *card = show<HostRatingView>(halfTime("4"), std::nullopt, 30, viewer, std::nullopt);
+    card->actionAnswer(card->answerViews()[1]->button());
+    EXPECT_EQ(card->width(), 1000);
+    EXPECT_EQ(screen(card->resultContainer()), "0.0 |  of  | 4");
+    show<HostRatingView>(halfTime("4"), u"3"_s, 30, viewer, std::nullopt);
+    EXPECT_EQ(hooks, "load 1 1 0 0 answer load ");
+}
+
+#include "tst_hosts.moc"
