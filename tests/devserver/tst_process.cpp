@@ -101,7 +101,7 @@ export VANTORA_REALTIME_URL=ws://%1)"_s.arg(origin)
     RecordingClient sdk(realtime(server.port, VTAEnvironment::testDefault().pusherKey()));
     RecordingClient client(realtime(server.port, u"mine"_s));
     ASSERT_TRUE(waitUntil([&] { return sdk.closed && !client.frames.isEmpty(); }));
-    EXPECT_EQ(sdk.socket.closeCode(), 4001);
+    EXPECT_EQ(int(sdk.socket.closeCode()), 4001);
     EXPECT_EQ(dataOf(client.frames[0])["activity_timeout"_L1], 1);
     // A client that completes the upgrade and then never answers is pinged after the activity
     // timeout (a coarse timer may fire a little early) and closed 0.3 s later with 4201.
@@ -129,5 +129,5 @@ export VANTORA_REALTIME_URL=ws://%1)"_s.arg(origin)
     EXPECT_FALSE(client.closed); // Qt's websocket answers pings by itself
     EXPECT_EQ(server.terminate(), 0);
     ASSERT_TRUE(waitUntil([&] { return client.closed; }));
-    EXPECT_EQ(client.socket.closeCode(), 1001);
+    EXPECT_EQ(int(client.socket.closeCode()), 1001);
 }

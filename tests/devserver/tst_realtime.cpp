@@ -59,7 +59,7 @@ TEST_F(RealtimeTest, handshakeWelcomesProtocols5To7AndRefusesTheRestWithTheirCod
         EXPECT_EQ(first["event"_L1], u"pusher:error"_s) << path;
         EXPECT_EQ(first["data"_L1]["code"_L1], code) << path;
         ASSERT_TRUE(waitUntil([&] { return client->closed; })) << path;
-        EXPECT_EQ(client->socket.closeCode(), code) << path;
+        EXPECT_EQ(int(client->socket.closeCode()), code) << path;
     }
 }
 
@@ -219,7 +219,7 @@ TEST_F(RealtimeTest, hooksLetClientTestsMeetADifficultServer)
         uR"({"socket_id":"%1","code":4200,"reason":"again"})"_s.arg(client->socketId());
     EXPECT_EQ(admin(u"realtime/close"_s, close.toUtf8()).status, 200);
     ASSERT_TRUE(waitUntil([&] { return client->closed; }));
-    EXPECT_EQ(client->socket.closeReason() + QString::number(client->socket.closeCode()),
+    EXPECT_EQ(client->socket.closeReason() + QString::number(int(client->socket.closeCode())),
               u"again4200"_s);
     // Later connections get another activity timeout, and no answer to pusher:ping.
     EXPECT_EQ(admin(u"realtime/quirks"_s, R"({"answerPings":false,"activityTimeout":7})").status,
