@@ -37,6 +37,20 @@ protected:
         pollCard()->actionAnswer(pollCard()->answerViews()[0]->button());
         clock.runPending();
     }
+
+    // Shows rating r1, whose reply gives `expoints`, and gives it four stars; the reply arrives.
+    VTARatingView *rate(double expoints)
+    {
+        answerReply("/userApi/rating/answer_new/", "r1", expoints, std::nullopt, nullptr);
+        controller->inject(rating(u"r1"_s), {30, false, false, false}, 5);
+        clock.advanceBy(1s);
+        auto *stars = qobject_cast<VTARatingView *>(card());
+        if (stars) {
+            stars->actionAnswer(stars->answerViews()[3]->button());
+            clock.runPending();
+        }
+        return stars;
+    }
 };
 
 } // namespace
@@ -90,13 +104,7 @@ TEST_F(LiveTest, pollRepliesRecordTheAnswerAndUpdatePointsOnlyWhenTheyGiveAny)
 
 TEST_F(LiveTest, ratingAndTriviaRepliesFollowTheirOwnRules)
 {
-    answerReply("/userApi/rating/answer_new/", "r1", 5, std::nullopt, nullptr);
-    controller->inject(rating(u"r1"_s), {30, false, false, false}, 5);
-    clock.advanceBy(1s);
-    auto *stars = qobject_cast<VTARatingView *>(card());
-    ASSERT_TRUE(stars);
-    stars->actionAnswer(stars->answerViews()[3]->button());
-    clock.runPending();
+    ASSERT_TRUE(rate(5));
     EXPECT_EQ(state().ratingAnswers.value(u"r1"_s), u"4"_s) << "the value pressed, as text";
     EXPECT_EQ(state().totalExpoints, 25);
     overlay->closeInteractionIfNeeded();
@@ -223,13 +231,8 @@ TEST_F(LiveTest, liveTotalsRefreshOnlyTheShowingCardAndNeverGoBelowIt)
     // A rated card on screen shows the live average.
     overlay->closeInteractionIfNeeded();
     clock.advanceBy(1s);
-    answerReply("/userApi/rating/answer_new/", "r1", 0, std::nullopt, nullptr);
-    controller->inject(rating(u"r1"_s), {30, false, false, false}, 2);
-    clock.advanceBy(1s);
-    auto *stars = qobject_cast<VTARatingView *>(card());
+    VTARatingView *stars = rate(0);
     ASSERT_TRUE(stars);
-    stars->actionAnswer(stars->answerViews()[3]->button());
-    clock.runPending();
     ASSERT_EQ(text(stars->averageLabel()), u"3.6"_s) << "four more stars from the fifth rater";
     Rating live = rating(u"r1"_s);
     live.averageRate = 4.5;
