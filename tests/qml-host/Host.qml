@@ -16,6 +16,7 @@ Window {
     width: Number(args[0].split("x")[0])
     height: Number(args[0].split("x")[1])
     visible: true
+    color: "#2d5a27" // the player's picture
 
     function fail(reason) {
         console.error("qml host:", reason)
@@ -37,14 +38,6 @@ Window {
         const request = new XMLHttpRequest()
         request.open("POST", args[2] + "/admin/inject")
         request.send(JSON.stringify({ channel: "1001", kind: items[next][0], id: items[next][1] }))
-    }
-
-    Rectangle { // the player's picture
-        anchors.fill: parent
-        gradient: Gradient {
-            GradientStop { position: 0; color: "#2d5a27" }
-            GradientStop { position: 1; color: "#173312" }
-        }
     }
 
     // The README's snippet.
