@@ -30,7 +30,8 @@ VTARatingViewBase {
             Text {
                 anchors.horizontalCenter: parent.horizontalCenter
                 text: "AUDIENCE RATING"
-                color: "#B3FFFFFF"
+                color: average.color // the design's text colour, as the figures take it
+                opacity: 0.7
                 font.family: "Roboto"
                 font.pixelSize: 24
                 font.weight: Font.Medium
