@@ -128,9 +128,14 @@ HttpReply DevServer::dispatch(const QHttpServerRequest &request)
         return m_backend->handle(method, path.sliced(8), header(request, "content-type"),
                                  request.body());
     }
-    if (path.startsWith("/admin/"_L1))
+    if (path.startsWith("/admin/"_L1)) {
+        if (!authorized(request))
+            return HttpReply::error(401,
+                                    u"the admin API wants the token the server printed at "
+                                    "start-up, as \"Authorization: Bearer <token>\""_s);
         return m_admin->handle(method, path.sliced(6), request.query(), request.body(),
                                m_options.now());
+    }
 
     static const QRegularExpression trigger(u"^/apps/([^/]+)/events$"_s);
     if (const auto match = trigger.match(path); match.hasMatch()) {
@@ -154,6 +159,17 @@ HttpReply DevServer::dispatch(const QHttpServerRequest &request)
         return serveMedia(path.sliced(7));
     }
     return HttpReply::error(404, u"nothing at "_s + path);
+}
+
+bool DevServer::authorized(const QHttpServerRequest &request) const
+{
+    if (m_options.adminToken.isEmpty())
+        return true;
+    const QByteArray bearer = header(request, "authorization");
+    const QByteArray given = bearer.startsWith("Bearer ")
+        ? bearer.sliced(7)
+        : request.query().queryItemValue(u"token"_s, QUrl::FullyDecoded).toUtf8();
+    return equalInConstantTime(given, m_options.adminToken);
 }
 
 HttpReply DevServer::serveMedia(const QString &relativePath) const

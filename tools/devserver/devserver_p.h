@@ -31,6 +31,9 @@ struct ServerOptions
                   QStringLiteral("vantora-devserver-secret")};
     QStringList otherClientKeys; ///< further realtime keys that clients may connect with
     PusherHub::Timing timing;
+    /// When set, /admin/ answers only requests that carry it, as "Authorization: Bearer <token>"
+    /// or a "token" query parameter (for pages opened from a link).
+    QByteArray adminToken;
     /// Seconds since 1970; replaced by tests that need another clock.
     std::function<qint64()> now;
 };
@@ -56,6 +59,7 @@ private:
     DevServer(ServerOptions options, Content content, std::unique_ptr<Store> store);
     HttpReply dispatch(const QHttpServerRequest &request);
     HttpReply serveMedia(const QString &relativePath) const;
+    bool authorized(const QHttpServerRequest &request) const;
 
     ServerOptions m_options;
     Content m_content;

@@ -8,6 +8,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
+#include <QRandomGenerator>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -127,6 +128,13 @@ int main(int argc, char *argv[])
     if (!ok || pongSeconds <= 0 || pongSeconds > 3600)
         return fail(u"--pong-timeout: expected seconds above 0"_s);
     options.timing.pongTimeoutMs = int(pongSeconds * 1000);
+    // Anyone on the network could run the show or read the viewers: off loopback, /admin wants a
+    // token that only the person who started the server sees.
+    if (!address.isLoopback()) {
+        QByteArray random(16, Qt::Uninitialized);
+        QRandomGenerator::system()->fillRange(reinterpret_cast<quint32 *>(random.data()), 4);
+        options.adminToken = random.toHex();
+    }
 
     auto server = DevServer::create(options);
     if (!server)
@@ -151,6 +159,10 @@ int main(int argc, char *argv[])
     printLine(stdout,
               u"vantora-devserver listening on "_s + origin + u" (data "_s + options.dataFolder
                   + u", database "_s + options.databaseFile + u')');
+    if (!options.adminToken.isEmpty())
+        printLine(stdout,
+                  u"# /admin wants \"Authorization: Bearer "_s
+                      + QString::fromLatin1(options.adminToken) + u"\""_s);
     printLine(stdout,
               parser.isSet(appKey)
                   ? u"# realtime clients connect with the key "_s + options.app.key

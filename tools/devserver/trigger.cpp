@@ -20,17 +20,6 @@ constexpr qsizetype maxDataBytes = 10240;
 constexpr qsizetype maxChannels = 100;
 constexpr qsizetype maxEventName = 200;
 
-// Compares in time that depends on the lengths only, not on where the texts differ.
-bool equalInConstantTime(QByteArrayView a, QByteArrayView b)
-{
-    if (a.size() != b.size())
-        return false;
-    unsigned char difference = 0;
-    for (qsizetype i = 0; i < a.size(); ++i)
-        difference |= static_cast<unsigned char>(a[i] ^ b[i]);
-    return difference == 0;
-}
-
 QString parameter(const QueryItems &query, QStringView key)
 {
     for (const auto &[name, value] : query) {
@@ -90,6 +79,16 @@ std::optional<QString> checkSignature(const PusherApp &app, QByteArrayView metho
     if (!equalInConstantTime(parameter(query, u"auth_signature").toLatin1(), expected))
         return u"invalid auth_signature"_s;
     return std::nullopt;
+}
+
+bool equalInConstantTime(QByteArrayView a, QByteArrayView b)
+{
+    if (a.size() != b.size())
+        return false;
+    unsigned char difference = 0;
+    for (qsizetype i = 0; i < a.size(); ++i)
+        difference |= static_cast<unsigned char>(a[i] ^ b[i]);
+    return difference == 0;
 }
 
 QueryItems signedQuery(const PusherApp &app, QByteArrayView method, const QString &path,
