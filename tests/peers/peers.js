@@ -142,6 +142,33 @@ test('an admin injection reaches pusher-js as the client reads it', async (ctx) 
   });
 });
 
+test('the console joins its private feed through the auth endpoint; a forged auth is refused', async (ctx) => {
+  const options = { cluster: 'mt1', wsHost: '127.0.0.1', wsPort: ctx.port, forceTLS: false,
+    enabledTransports: ['ws'], enableStats: false };
+  const producer = new PusherClient(app.key, { ...options, channelAuthorization: {
+    endpoint: `http://127.0.0.1:${ctx.port}/admin/realtime/auth`, transport: 'ajax' } });
+  const intruder = new PusherClient(app.key, { ...options, channelAuthorization: {
+    customHandler: (params, done) => done(null, { auth: `${app.key}:${'0'.repeat(64)}` }) } });
+  const outcome = (channel) => withDeadline(new Promise((resolve) => {
+    channel.bind('pusher:subscription_succeeded', () => resolve('subscribed'));
+    channel.bind('pusher:subscription_error', (error) => resolve(error.status));
+  }), 5000, `subscription to ${channel.name}`);
+  try {
+    const feed = producer.subscribe('private-vantora-console');
+    assert.equal(await outcome(feed), 'subscribed');
+    assert.equal(await outcome(intruder.subscribe('private-vantora-console')), 401);
+    // A second viewer tunes in: the feed says how many are on the channel now.
+    const audience = new Promise((resolve) => feed.bind('audience', resolve));
+    const viewer = subscriber(ctx.port);
+    await viewer.subscribed;
+    assert.deepEqual(await withDeadline(audience, 5000, 'audience'), { channel: '1001', viewers: 2 });
+    viewer.client.disconnect();
+  } finally {
+    producer.disconnect();
+    intruder.disconnect();
+  }
+});
+
 test('pusher-js comes back by itself after the server is killed and restarted', async (ctx) => {
   ctx.server.kill('SIGKILL');
   await new Promise((resolve) => ctx.server.once('exit', resolve));

@@ -62,6 +62,17 @@ QJsonObject answerJson(const StoredAnswer &answer)
     return object;
 }
 
+QJsonObject viewerJson(const Viewer &viewer)
+{
+    return {{u"id"_s, viewer.id},
+            {u"token"_s, viewer.token},
+            {u"broadcaster"_s, viewer.broadcaster},
+            {u"name"_s, viewer.name},
+            {u"credits"_s, viewer.credits},
+            {u"expoints"_s, viewer.expoints},
+            {u"level"_s, viewer.level}};
+}
+
 } // namespace
 
 QJsonObject pollInjection(const Poll &poll, const InjectOptions &options)
@@ -121,6 +132,44 @@ HttpReply Admin::publish(const StreamerInfo &channel, const QString &event, cons
         {u"event"_s, event}, {u"channel"_s, name}, {u"data"_s, data}, {u"delivered"_s, delivered}});
 }
 
+void Admin::feed(const QString &event, const QJsonObject &data)
+{
+    m_hub.publish({consoleChannel}, event,
+                  QString::fromUtf8(QJsonDocument(data).toJson(QJsonDocument::Compact)));
+}
+
+void Admin::noteAnswer(const AnswerOutcome &outcome)
+{
+    const StoredAnswer &answer = outcome.answer;
+    QJsonObject totals;
+    if (answer.kind == "poll"_L1) {
+        const QMap<QString, qint64> votes = m_store.votes(answer.channel, answer.item);
+        for (auto it = votes.cbegin(); it != votes.cend(); ++it)
+            totals.insert(it.key(), it.value());
+    } else if (answer.kind == "rating"_L1) {
+        const RatingStats stats = m_store.ratingStats(answer.channel, answer.item);
+        totals = {{u"totalPeople"_s, stats.people}, {u"totalPoints"_s, stats.points}};
+    }
+    QJsonObject data = answerJson(answer);
+    data.insert(u"viewer"_s, viewerJson(outcome.viewer));
+    data.insert(u"totals"_s, totals);
+    feed(u"answer"_s, data);
+}
+
+void Admin::noteAnalytics(const Viewer &viewer, const QList<QByteArray> &events)
+{
+    QJsonArray list;
+    for (const QByteArray &event : events)
+        list.append(QJsonDocument::fromJson(event).object());
+    feed(u"analytics"_s, {{u"viewerId"_s, viewer.id}, {u"events"_s, list}});
+}
+
+void Admin::noteAudience(const QString &channel, qsizetype subscribers)
+{
+    if (channel.startsWith("CH_"_L1))
+        feed(u"audience"_s, {{u"channel"_s, channel.sliced(3)}, {u"viewers"_s, subscribers}});
+}
+
 HttpReply Admin::realtime(QByteArrayView method, const QString &operation, QByteArrayView body)
 {
     if (operation == "/connections"_L1) {
@@ -134,11 +183,25 @@ HttpReply Admin::realtime(QByteArrayView method, const QString &operation, QByte
         }
         return json(list);
     }
-    static const QStringList writes{u"/close"_s, u"/drop"_s, u"/send"_s, u"/quirks"_s};
+    static const QStringList writes{u"/close"_s, u"/drop"_s, u"/send"_s, u"/quirks"_s, u"/auth"_s};
     if (!writes.contains(operation))
         return HttpReply::error(404, u"no admin operation /realtime"_s + operation);
     if (method != "POST")
         return HttpReply::error(405, u"/admin/realtime"_s + operation + u" takes POST"_s);
+    if (operation == "/auth"_L1) {
+        // pusher-js posts a form; other clients may post JSON.
+        const QJsonObject fields = QJsonDocument::fromJson(body.toByteArray()).object();
+        const QUrlQuery form(QString::fromUtf8(body.toByteArray()));
+        const auto field = [&](const QString &key) {
+            return fields.contains(key) ? fields.value(key).toString()
+                                        : form.queryItemValue(key, QUrl::FullyDecoded);
+        };
+        const QString socketId = field(u"socket_id"_s);
+        const QString channel = field(u"channel_name"_s);
+        if (socketId.isEmpty() || !channel.startsWith("private-"_L1))
+            return HttpReply::error(400, u"expected a socket_id and a private channel_name"_s);
+        return json(QJsonObject{{u"auth"_s, m_hub.channelAuth(socketId, channel)}});
+    }
     const QJsonDocument document = QJsonDocument::fromJson(body.toByteArray());
     if (!document.isObject())
         return HttpReply::error(400, u"body: expected a JSON object"_s);
@@ -228,15 +291,8 @@ HttpReply Admin::handle(QByteArrayView method, const QString &path, const QUrlQu
     }
     if (path == "/viewers"_L1) {
         QJsonArray viewers;
-        for (const Viewer &viewer : m_store.viewers()) {
-            viewers.append(QJsonObject{{u"id"_s, viewer.id},
-                                       {u"token"_s, viewer.token},
-                                       {u"broadcaster"_s, viewer.broadcaster},
-                                       {u"name"_s, viewer.name},
-                                       {u"credits"_s, viewer.credits},
-                                       {u"expoints"_s, viewer.expoints},
-                                       {u"level"_s, viewer.level}});
-        }
+        for (const Viewer &viewer : m_store.viewers())
+            viewers.append(viewerJson(viewer));
         return json(viewers);
     }
     if (path == "/answers"_L1) {

@@ -27,12 +27,24 @@
 //   POST /admin/realtime/send               {"socket_id","frame"}   one raw text frame
 //   POST /admin/realtime/quirks             {"handshakeDelayMs"?: -1 never, "answerPings"?,
 //                                            "activityTimeout"?}   for later connections
+//   POST /admin/realtime/auth               socket_id=..&channel_name=..  (form or JSON)
+//                                           -> {"auth"} to subscribe to a private channel
 // (Websocket ping frames are always answered: Qt does that below us.)
 //
 // Every POST publishes one event on the channel "CH_<channel id>" and replies with what it sent:
 // {"event": "injectPoll", "channel": "CH_42", "data": {...}, "delivered": <frames sent>}.
+//
+// The console's live feed is the private channel "private-vantora-console" (its auth comes from
+// /admin/realtime/auth, so from whoever may use /admin), with what viewers do as it is stored:
+//   answer     {"viewerId","channel","kind","item","answer","expoints","credits","correct"?,
+//               "status"?, "viewer": {viewer as in /admin/viewers}, "totals": {...}}
+//              totals: a poll's votes per answer, a rating's {"totalPeople","totalPoints"}
+//   analytics  {"viewerId", "events": [the events as the SDK sent them]}
+//   audience   {"channel": "<channel id>", "viewers": <subscribers of CH_<channel id>>}
 
 namespace Vantora::DevServer {
+
+inline constexpr QLatin1StringView consoleChannel("private-vantora-console");
 
 /// How an injected item is shown.
 struct InjectOptions
@@ -62,7 +74,13 @@ public:
     HttpReply handle(QByteArrayView method, const QString &path, const QUrlQuery &query,
                      QByteArrayView body, qint64 now);
 
+    // The console's feed.
+    void noteAnswer(const AnswerOutcome &outcome);
+    void noteAnalytics(const Viewer &viewer, const QList<QByteArray> &events);
+    void noteAudience(const QString &channel, qsizetype subscribers);
+
 private:
+    void feed(const QString &event, const QJsonObject &data);
     HttpReply publish(const StreamerInfo &channel, const QString &event, const QJsonObject &data);
     HttpReply realtime(QByteArrayView method, const QString &operation, QByteArrayView body);
 

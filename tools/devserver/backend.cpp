@@ -285,7 +285,7 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
                             viewer.id};
         if (poll->questionType == "prediction"_L1)
             answer.status = u"pending"_s;
-        auto outcome = m_store.recordAnswer(answer);
+        auto outcome = record(answer);
         if (!outcome)
             return stored(outcome);
         const AnswerOutcome &o = outcome.value();
@@ -312,9 +312,8 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
                                     u"data.answer: "_s + QString::number(data.answer)
                                         + u" is outside 1.."_s + QString::number(rating->max()));
         const double expoints = rating->expoints ? number(rating->expoints->value) : 0.0;
-        auto outcome =
-            m_store.recordAnswer({data.channelId, u"rating"_s, id, QString::number(data.answer),
-                                  std::nullopt, expoints, 0, std::nullopt, viewer.id});
+        auto outcome = record({data.channelId, u"rating"_s, id, QString::number(data.answer),
+                               std::nullopt, expoints, 0, std::nullopt, viewer.id});
         if (!outcome)
             return stored(outcome);
         const AnswerOutcome &o = outcome.value();
@@ -341,9 +340,9 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
                                     u"data.answer: \""_s + data.answer
                                         + u"\" is not an answer of trivia question "_s + id);
         const bool correct = data.answer == item->correctAnswer;
-        auto outcome = m_store.recordAnswer({data.channelId, u"trivia"_s, id, data.answer, correct,
-                                             item->expoints, correct ? double(item->points) : 0.0,
-                                             std::nullopt, viewer.id});
+        auto outcome =
+            record({data.channelId, u"trivia"_s, id, data.answer, correct, item->expoints,
+                    correct ? double(item->points) : 0.0, std::nullopt, viewer.id});
         if (!outcome)
             return stored(outcome);
         const AnswerOutcome &o = outcome.value();
@@ -385,7 +384,17 @@ HttpReply Backend::handle(QByteArrayView method, const QString &path, QByteArray
         events.append(Json::encode(event));
     if (auto added = m_store.addAnalytics(viewer.value().id, data.broadcasterName, events); !added)
         return HttpReply::error(InternalError, added.error());
+    if (m_observer.reported)
+        m_observer.reported(viewer.value(), events);
     return ok(AnalyticsResponse{u"ok"_s});
+}
+
+Result<AnswerOutcome, QString> Backend::record(const StoredAnswer &answer)
+{
+    auto outcome = m_store.recordAnswer(answer);
+    if (outcome && outcome.value().recorded && m_observer.answered)
+        m_observer.answered(outcome.value());
+    return outcome;
 }
 
 } // namespace Vantora::DevServer

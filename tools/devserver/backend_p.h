@@ -9,6 +9,8 @@
 #include <QByteArrayView>
 #include <QString>
 
+#include <functional>
+
 // The backend operations under /userApi, as the SDK calls them: a multipart POST whose one
 // "request" field holds {"data": ...}, decoded strictly into the operation's request record; the
 // reply is the operation's reply record. Rejections carry a 4xx status and {"error": "..."}
@@ -41,7 +43,15 @@ struct HttpReply
 class Backend
 {
 public:
+    /// Told of what viewers do once it is stored: a new answer, a batch of analytics events.
+    struct Observer
+    {
+        std::function<void(const AnswerOutcome &)> answered;
+        std::function<void(const Viewer &, const QList<QByteArray> &events)> reported;
+    };
+
     Backend(const Content &content, Store &store) : m_content(content), m_store(store) { }
+    void setObserver(Observer observer) { m_observer = std::move(observer); }
 
     /// Runs the operation at `path` (below /userApi).
     HttpReply handle(QByteArrayView method, const QString &path, QByteArrayView contentType,
@@ -53,8 +63,11 @@ public:
     User userRecord(const Viewer &viewer) const;
 
 private:
+    Result<AnswerOutcome, QString> record(const StoredAnswer &answer);
+
     const Content &m_content;
     Store &m_store;
+    Observer m_observer;
 };
 
 } // namespace Vantora::DevServer

@@ -81,6 +81,13 @@ DevServer::DevServer(ServerOptions options, Content content, std::unique_ptr<Sto
     m_hub = new PusherHub(m_options.app, m_options.timing, this);
     m_hub->setOtherClientKeys(m_options.otherClientKeys);
     m_admin = std::make_unique<Admin>(m_content, *m_store, *m_backend, *m_hub);
+    m_backend->setObserver({[this](const AnswerOutcome &outcome) { m_admin->noteAnswer(outcome); },
+                            [this](const Viewer &viewer, const QList<QByteArray> &events) {
+                                m_admin->noteAnalytics(viewer, events);
+                            }});
+    connect(
+        m_hub, &PusherHub::subscribersChanged, this,
+        [this](const QString &channel, qsizetype count) { m_admin->noteAudience(channel, count); });
     connect(this, &QAbstractHttpServer::newWebSocketConnection, this, [this] {
         while (hasPendingWebSocketConnections())
             m_hub->addConnection(nextPendingWebSocketConnection());

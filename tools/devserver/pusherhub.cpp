@@ -1,7 +1,9 @@
 #include "pusherhub_p.h"
 
+#include <QCryptographicHash>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMessageAuthenticationCode>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTimer>
@@ -53,6 +55,16 @@ struct PusherHub::Connection
     QTimer *activity = nullptr; ///< silence before the server pings
     QTimer *pong = nullptr; ///< wait for the pong after that ping
 };
+
+bool equalInConstantTime(QByteArrayView a, QByteArrayView b)
+{
+    if (a.size() != b.size())
+        return false;
+    unsigned char difference = 0;
+    for (qsizetype i = 0; i < a.size(); ++i)
+        difference |= static_cast<unsigned char>(a[i] ^ b[i]);
+    return difference == 0;
+}
 
 bool isValidChannelName(QStringView name)
 {
@@ -152,16 +164,28 @@ void PusherHub::touch(Connection &connection)
 void PusherHub::drop(QWebSocket *socket)
 {
     if (const auto connection = m_connections.take(socket)) {
-        for (const QString &channel : std::as_const(connection->channels)) {
-            auto subscribers = m_channels.find(channel);
-            if (subscribers == m_channels.end())
-                continue;
-            subscribers->remove(socket);
-            if (subscribers->isEmpty())
-                m_channels.erase(subscribers);
-        }
+        for (const QString &channel : std::as_const(connection->channels))
+            leave(socket, channel);
     }
     socket->deleteLater();
+}
+
+void PusherHub::leave(QWebSocket *socket, const QString &channel)
+{
+    auto subscribers = m_channels.find(channel);
+    if (subscribers == m_channels.end() || !subscribers->remove(socket))
+        return;
+    const qsizetype left = subscribers->size();
+    if (left == 0)
+        m_channels.erase(subscribers);
+    Q_EMIT subscribersChanged(channel, left);
+}
+
+QString PusherHub::channelAuth(const QString &socketId, const QString &channel) const
+{
+    const QByteArray signature = QMessageAuthenticationCode::hash(
+        (socketId + u':' + channel).toUtf8(), m_app.secret.toUtf8(), QCryptographicHash::Sha256);
+    return m_app.key + u':' + QString::fromLatin1(signature.toHex());
 }
 
 void PusherHub::sendEvent(Connection &connection, const QString &event, const QString &data,
@@ -201,29 +225,37 @@ void PusherHub::handleFrame(Connection &connection, const QString &text)
         const QString channel = data.value("channel"_L1).toString();
         if (name == "pusher:unsubscribe"_L1) {
             connection.channels.remove(channel);
-            if (auto subscribers = m_channels.find(channel); subscribers != m_channels.end()) {
-                subscribers->remove(connection.socket);
-                if (subscribers->isEmpty())
-                    m_channels.erase(subscribers);
-            }
-            return;
+            return leave(connection.socket, channel);
         }
         QString problem;
-        if (!isValidChannelName(channel))
+        int status = 4009;
+        if (!isValidChannelName(channel)) {
             problem = u"Invalid channel name"_s;
-        else if (channel.startsWith("private-"_L1) || channel.startsWith("presence-"_L1))
-            problem = u"Private and presence channels are not supported by this server"_s;
+        } else if (channel.startsWith("presence-"_L1)) {
+            problem = u"Presence channels are not supported by this server"_s;
+        } else if (channel.startsWith("private-"_L1)
+                   && !equalInConstantTime(data.value("auth"_L1).toString().toUtf8(),
+                                           channelAuth(connection.socketId, channel).toUtf8())) {
+            problem = u"Invalid signature for the private channel "_s + channel;
+            status = 401;
+        }
         if (!problem.isEmpty()) {
             connection.socket->sendTextMessage(eventFrame(
                 u"pusher:subscription_error"_s,
-                QJsonObject{
-                    {u"type"_s, u"InvalidChannel"_s}, {u"error"_s, problem}, {u"status"_s, 4009}},
+                QJsonObject{{u"type"_s, status == 401 ? u"AuthError"_s : u"InvalidChannel"_s},
+                            {u"error"_s, problem},
+                            {u"status"_s, status}},
                 channel));
             return;
         }
         connection.channels.insert(channel);
-        m_channels[channel].insert(connection.socket);
-        return sendEvent(connection, u"pusher_internal:subscription_succeeded"_s, u"{}"_s, channel);
+        auto &subscribers = m_channels[channel];
+        const bool joined = !subscribers.contains(connection.socket);
+        subscribers.insert(connection.socket);
+        sendEvent(connection, u"pusher_internal:subscription_succeeded"_s, u"{}"_s, channel);
+        if (joined)
+            Q_EMIT subscribersChanged(channel, subscribers.size());
+        return;
     }
     if (name.startsWith("client-"_L1))
         return sendError(connection, ClientEventRejected,

@@ -13,7 +13,8 @@ class QTimer;
 class QWebSocket;
 QT_END_NAMESPACE
 
-// The Pusher protocol (version 7) on the server's side of a websocket, for public channels:
+// The Pusher protocol (version 7) on the server's side of a websocket, for public and private
+// channels:
 //
 //   S->C
 //   {"event":"pusher:connection_established","data":"{\"socket_id\":\"81.3\",\"activity_timeout\":120}"}
@@ -28,6 +29,11 @@ QT_END_NAMESPACE
 // activity_timeout seconds of silence the server sends a websocket ping and closes with 4201 when
 // no pong comes within the pong timeout. Client events and unknown pusher: events get a
 // pusher:error 4301 and the connection stays open; malformed frames get a pusher:error too.
+//
+// A private channel ("private-<name>") takes a subscriber whose pusher:subscribe carries
+// "auth": "<app key>:<hex HMAC-SHA256 of '<socket_id>:<channel>' under the app secret>", which the
+// server's own auth endpoint hands out (channelAuth()); others get a pusher:subscription_error
+// with status 401. Presence channels are refused.
 
 namespace Vantora::DevServer {
 
@@ -38,7 +44,10 @@ struct PusherApp
     QString secret;
 };
 
-/// Whether a public channel name is acceptable: [A-Za-z0-9_\-=@,.;]{1,164}.
+/// Compares secrets in a time that depends on their lengths only, not on where they differ.
+bool equalInConstantTime(QByteArrayView a, QByteArrayView b);
+
+/// Whether a channel name is acceptable: [A-Za-z0-9_\-=@,.;]{1,164}.
 bool isValidChannelName(QStringView name);
 
 class PusherHub : public QObject
@@ -75,6 +84,9 @@ public:
     qsizetype publish(const QStringList &channels, const QString &event, const QString &data,
                       const QString &excludedSocketId = {});
 
+    /// The "auth" a connection needs to subscribe to a private channel.
+    QString channelAuth(const QString &socketId, const QString &channel) const;
+
     qsizetype connectionCount() const { return m_connections.size(); }
     qsizetype subscriberCount(const QString &channel) const;
     /// Every channel with at least one subscriber.
@@ -99,8 +111,13 @@ public:
     void setQuirks(const Quirks &quirks) { m_quirks = quirks; }
     const Quirks &quirks() const { return m_quirks; }
 
+Q_SIGNALS:
+    /// A channel gained or lost a subscriber.
+    void subscribersChanged(const QString &channel, qsizetype count);
+
 private:
     struct Connection;
+    void leave(QWebSocket *socket, const QString &channel);
     void handleFrame(Connection &connection, const QString &frame);
     void sendEvent(Connection &connection, const QString &event, const QString &data,
                    const QString &channel = {});

@@ -81,16 +81,6 @@ std::optional<QString> checkSignature(const PusherApp &app, QByteArrayView metho
     return std::nullopt;
 }
 
-bool equalInConstantTime(QByteArrayView a, QByteArrayView b)
-{
-    if (a.size() != b.size())
-        return false;
-    unsigned char difference = 0;
-    for (qsizetype i = 0; i < a.size(); ++i)
-        difference |= static_cast<unsigned char>(a[i] ^ b[i]);
-    return difference == 0;
-}
-
 QueryItems signedQuery(const PusherApp &app, QByteArrayView method, const QString &path,
                        QByteArrayView body, qint64 now)
 {

@@ -37,9 +37,6 @@ std::optional<QString> checkSignature(const PusherApp &app, QByteArrayView metho
 /// The string the signature covers (exposed for tests and for the benchmark's publisher).
 QByteArray stringToSign(QByteArrayView method, const QString &path, const QueryItems &query);
 
-/// Compares secrets in a time that depends on their lengths only, not on where they differ.
-bool equalInConstantTime(QByteArrayView a, QByteArrayView b);
-
 /// The query a publisher appends to sign a request with the app's credentials.
 QueryItems signedQuery(const PusherApp &app, QByteArrayView method, const QString &path,
                        QByteArrayView body, qint64 now);
