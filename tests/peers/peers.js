@@ -158,11 +158,17 @@ test('the console joins its private feed through the auth endpoint; a forged aut
     assert.equal(await outcome(feed), 'subscribed');
     assert.equal(await outcome(intruder.subscribe('private-vantora-console')), 401);
     // A second viewer tunes in: the feed says how many are on the channel now.
-    const audience = new Promise((resolve) => feed.bind('audience', resolve));
+    const audience = [];
+    const heard = (count) => withDeadline(new Promise((resolve) => {
+      const check = () => (audience.length >= count ? resolve(audience[count - 1]) : setTimeout(check, 10));
+      check();
+    }), 5000, `audience change ${count}`);
+    feed.bind('audience', (data) => audience.push(data));
     const viewer = subscriber(ctx.port);
     await viewer.subscribed;
-    assert.deepEqual(await withDeadline(audience, 5000, 'audience'), { channel: '1001', viewers: 2 });
-    viewer.client.disconnect();
+    assert.deepEqual(await heard(1), { channel: '1001', viewers: 2 });
+    viewer.client.disconnect(); // and one leaves
+    assert.deepEqual(await heard(2), { channel: '1001', viewers: 1 });
   } finally {
     producer.disconnect();
     intruder.disconnect();
