@@ -170,6 +170,43 @@ void Admin::noteAudience(const QString &channel, qsizetype subscribers)
         feed(u"audience"_s, {{u"channel"_s, channel.sliced(3)}, {u"viewers"_s, subscribers}});
 }
 
+HttpReply Admin::items(const StreamerInfo &channel) const
+{
+    QJsonArray trivia;
+    for (const TriviaItem &item : m_content.triviaItems())
+        trivia.append(QJsonDocument::fromJson(encodeTrivia(item)).object());
+    const auto list = [](const auto &items) {
+        return items ? toJson(*items) : QJsonArray();
+    };
+    return json(QJsonObject{{u"channel"_s,
+                             QJsonObject{{u"id"_s, channel.id},
+                                         {u"name"_s, channel.name},
+                                         {u"broadcaster_id"_s, channel.broadcaster_id}}},
+                            {u"polls"_s, list(channel.polls)},
+                            {u"predictions"_s, list(channel.predictions)},
+                            {u"ratings"_s, list(channel.ratings)},
+                            {u"clocks"_s, toJson(channel.clocks)},
+                            {u"injections"_s, list(channel.injections)},
+                            {u"trivia"_s, trivia}});
+}
+
+HttpReply Admin::saveEdit(const ContentEdit &edit)
+{
+    // Tried on a copy first, so that nothing changes unless it decodes and is stored.
+    Content edited = m_content;
+    auto applied = edited.apply(edit);
+    if (!applied)
+        return HttpReply::error(400, edit.kind + u": "_s + applied.error());
+    if (auto saved = m_store.saveEdit(applied.value()); !saved)
+        return HttpReply::error(500, saved.error());
+    m_content = std::move(edited);
+    const ContentEdit &kept = applied.value();
+    return json(QJsonObject{{u"kind"_s, kept.kind},
+                            {u"channel"_s, kept.channel},
+                            {u"id"_s, kept.id},
+                            {u"removed"_s, !kept.document.has_value()}});
+}
+
 HttpReply Admin::realtime(QByteArrayView method, const QString &operation, QByteArrayView body)
 {
     if (operation == "/connections"_L1) {
@@ -258,12 +295,14 @@ HttpReply Admin::handle(QByteArrayView method, const QString &path, const QUrlQu
     if (path.startsWith("/realtime/"_L1))
         return realtime(method, path.sliced(9), body);
 
-    static const QStringList reads{u"/channels"_s, u"/viewers"_s, u"/answers"_s, u"/totals"_s};
-    static const QStringList writes{u"/inject"_s, u"/streamer-info"_s, u"/stop-poll"_s,
-                                    u"/settle"_s, u"/refresh"_s};
-    if (reads.contains(path) && method != "GET")
+    static const QStringList reads{u"/channels"_s, u"/viewers"_s, u"/answers"_s, u"/totals"_s,
+                                   u"/items"_s};
+    static const QStringList writes{u"/inject"_s,      u"/streamer-info"_s, u"/stop-poll"_s,
+                                    u"/settle"_s,      u"/refresh"_s,       u"/items"_s,
+                                    u"/items/delete"_s};
+    if (reads.contains(path) && !writes.contains(path) && method != "GET")
         return HttpReply::error(405, u"/admin"_s + path + u" takes GET"_s);
-    if (writes.contains(path) && method != "POST")
+    if (writes.contains(path) && !reads.contains(path) && method != "POST")
         return HttpReply::error(405, u"/admin"_s + path + u" takes POST"_s);
 
     if (path == "/channels"_L1) {
@@ -304,7 +343,7 @@ HttpReply Admin::handle(QByteArrayView method, const QString &path, const QUrlQu
 
     // The rest concern one channel.
     QJsonObject request;
-    if (path == "/totals"_L1) {
+    if (method == "GET" && (path == "/totals"_L1 || path == "/items"_L1)) {
         request.insert(u"channel"_s, query.queryItemValue(u"channel"_s));
     } else if (writes.contains(path)) {
         const QJsonDocument document = QJsonDocument::fromJson(body.toByteArray());
@@ -326,6 +365,25 @@ HttpReply Admin::handle(QByteArrayView method, const QString &path, const QUrlQu
     const StreamerInfo *found = m_content.channel(*channelId);
     if (!found)
         return HttpReply::error(404, u"no channel "_s + *channelId);
+    if (path == "/items"_L1 && method == "GET")
+        return items(*found);
+    if (path == "/items"_L1) {
+        const QJsonValue document = request.value("document"_L1);
+        if (!document.isObject() && !document.isArray())
+            return HttpReply::error(400, u"document: expected the item's JSON"_s);
+        return saveEdit({*channelId,
+                         text("kind").value_or(QString()),
+                         {},
+                         document.isObject()
+                             ? QJsonDocument(document.toObject()).toJson(QJsonDocument::Compact)
+                             : QJsonDocument(document.toArray()).toJson(QJsonDocument::Compact)});
+    }
+    if (path == "/items/delete"_L1) {
+        const std::optional<QString> id = text("id");
+        if (!id)
+            return HttpReply::error(400, u"id: missing or not a string"_s);
+        return saveEdit({*channelId, text("kind").value_or(QString()), *id, std::nullopt});
+    }
     const StreamerInfo channel = m_backend.channelWithTotals(*found);
 
     if (path == "/totals"_L1) {

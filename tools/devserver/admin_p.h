@@ -20,6 +20,16 @@
 //   POST /admin/settle        {"channel","poll","answer","winAmount"}   pays the winners, pollWin
 //   POST /admin/refresh       {"channel"}
 //
+// Authoring, for the console: edits are decoded with the SDK's strict rules (a refusal is a 400
+// with the decoder's reason, and changes nothing), kept in the database and applied at once.
+//   GET  /admin/items?channel=<id>          the channel's documents: "polls", "predictions",
+//                                           "ratings", "clocks", "injections", and "trivia"
+//                                           (every question, as its file holds it)
+//   POST /admin/items         {"channel","kind","document"}   saves an item whole (its id is
+//                              the document's); kind: poll (and prediction), rating, trivia, or
+//                              clocks / injections (the channel's whole list)
+//   POST /admin/items/delete  {"channel","kind","id"}
+//
 // Realtime test hooks, for clients' tests (a connection is named by its socket_id):
 //   GET  /admin/realtime/connections        [{"socket_id", "channels"}]
 //   POST /admin/realtime/close              {"socket_id","code","reason"?}   close frame
@@ -66,7 +76,7 @@ QJsonObject pollWinEvent(const QString &pollId, const QString &answer, double wi
 class Admin
 {
 public:
-    Admin(const Content &content, Store &store, Backend &backend, PusherHub &hub)
+    Admin(Content &content, Store &store, Backend &backend, PusherHub &hub)
         : m_content(content), m_store(store), m_backend(backend), m_hub(hub)
     { }
 
@@ -83,8 +93,10 @@ private:
     void feed(const QString &event, const QJsonObject &data);
     HttpReply publish(const StreamerInfo &channel, const QString &event, const QJsonObject &data);
     HttpReply realtime(QByteArrayView method, const QString &operation, QByteArrayView body);
+    HttpReply items(const StreamerInfo &channel) const;
+    HttpReply saveEdit(const ContentEdit &edit);
 
-    const Content &m_content;
+    Content &m_content;
     Store &m_store;
     Backend &m_backend;
     PusherHub &m_hub;

@@ -63,7 +63,52 @@ Result<TriviaItem, QString> readTrivia(const QByteArray &bytes)
     return item;
 }
 
+template <class T>
+Result<T, QString> decodeDocument(const std::optional<QByteArray> &document)
+{
+    if (!document)
+        return u"document: missing"_s;
+    auto decoded = Json::decode<T>(*document);
+    if (!decoded)
+        return decoded.error().message();
+    return std::move(decoded).value();
+}
+
+// Takes the item `id` out of a list; returns where it stood, or -1.
+template <class T>
+qsizetype takeOut(std::optional<QList<T>> &list, const QString &id)
+{
+    if (!list)
+        return -1;
+    for (qsizetype i = 0; i < list->size(); ++i) {
+        if (list->at(i).id == id) {
+            list->removeAt(i);
+            return i;
+        }
+    }
+    return -1;
+}
+
+// Puts an item back where its earlier version stood, or at the end.
+template <class T>
+void putBack(std::optional<QList<T>> &list, T item, qsizetype at)
+{
+    if (!list)
+        list.emplace();
+    list->insert(at >= 0 && at <= list->size() ? at : list->size(), std::move(item));
+}
+
 } // namespace
+
+QByteArray encodeTrivia(const TriviaItem &item)
+{
+    QJsonObject object{
+        {u"question"_s, QJsonDocument::fromJson(Json::encode(item.question)).object()},
+        {u"correctAnswer"_s, item.correctAnswer},
+        {u"points"_s, item.points},
+        {u"expoints"_s, item.expoints}};
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
 
 Result<Content, QString> Content::load(const QString &folder)
 {
@@ -114,6 +159,94 @@ const StreamerInfo *Content::channel(const QString &id) const
             return &channel;
     }
     return nullptr;
+}
+
+StreamerInfo *Content::mutableChannel(const QString &id)
+{
+    for (StreamerInfo &channel : m_channels) {
+        if (channel.id == id)
+            return &channel;
+    }
+    return nullptr;
+}
+
+Result<ContentEdit, QString> Content::apply(ContentEdit edit)
+{
+    const bool removal = !edit.document;
+    if (edit.kind == "trivia"_L1) {
+        edit.channel.clear();
+        if (removal) {
+            if (!m_trivia.remove(edit.id))
+                return u"no trivia question "_s + edit.id;
+            return edit;
+        }
+        auto item = readTrivia(*edit.document);
+        if (!item)
+            return item.error();
+        edit.id = item.value().question.id;
+        m_trivia.insert(edit.id, std::move(item).value());
+        return edit;
+    }
+
+    StreamerInfo *channel = mutableChannel(edit.channel);
+    if (!channel)
+        return u"channel: no channel "_s + edit.channel;
+    if (edit.kind == "clocks"_L1 || edit.kind == "injections"_L1) {
+        edit.id.clear();
+        if (edit.kind == "clocks"_L1) {
+            auto clocks = decodeDocument<QList<Clock>>(edit.document);
+            if (!clocks)
+                return clocks.error();
+            channel->clocks = std::move(clocks).value();
+        } else {
+            auto injections = decodeDocument<QList<Injection>>(edit.document);
+            if (!injections)
+                return injections.error();
+            channel->injections = std::move(injections).value();
+        }
+        return edit;
+    }
+    if (edit.kind == "poll"_L1) {
+        std::optional<Poll> poll;
+        if (!removal) {
+            auto decoded = decodeDocument<Poll>(edit.document);
+            if (!decoded)
+                return decoded.error();
+            if (decoded.value().questionType != "poll"_L1
+                && decoded.value().questionType != "prediction"_L1)
+                return u"questionType: expected \"poll\" or \"prediction\""_s;
+            poll = std::move(decoded).value();
+            edit.id = poll->id;
+        }
+        const qsizetype inPolls = takeOut(channel->polls, edit.id);
+        const qsizetype inPredictions = takeOut(channel->predictions, edit.id);
+        if (removal)
+            return inPolls < 0 && inPredictions < 0
+                ? Result<ContentEdit, QString>(u"no poll "_s + edit.id)
+                : Result<ContentEdit, QString>(edit);
+        if (poll->questionType == "prediction"_L1)
+            putBack(channel->predictions, std::move(*poll), inPredictions);
+        else
+            putBack(channel->polls, std::move(*poll), inPolls);
+        return edit;
+    }
+    if (edit.kind == "rating"_L1) {
+        std::optional<Rating> rating;
+        if (!removal) {
+            auto decoded = decodeDocument<Rating>(edit.document);
+            if (!decoded)
+                return decoded.error();
+            rating = std::move(decoded).value();
+            edit.id = rating->id;
+        }
+        const qsizetype at = takeOut(channel->ratings, edit.id);
+        if (removal)
+            return at < 0 ? Result<ContentEdit, QString>(u"no rating "_s + edit.id)
+                          : Result<ContentEdit, QString>(edit);
+        putBack(channel->ratings, std::move(*rating), at);
+        return edit;
+    }
+    return u"kind: expected poll, rating, trivia, clocks or injections"_s;
 }
 
 const TriviaItem *Content::trivia(const QString &id) const

@@ -66,6 +66,13 @@ Result<std::unique_ptr<DevServer>, QString> DevServer::create(ServerOptions opti
     auto store = Store::open(options.databaseFile);
     if (!store)
         return store.error();
+    // The producer's edits over the data folder's content; one that no longer applies (the
+    // folder changed under it) is reported and left out.
+    for (const ContentEdit &edit : store.value()->edits()) {
+        if (auto applied = content.value().apply(edit); !applied)
+            qWarning().noquote() << "vantora-devserver: an edit of" << edit.kind << edit.id
+                                 << "no longer applies:" << applied.error();
+    }
     if (!options.now)
         options.now = [] {
             return QDateTime::currentSecsSinceEpoch();

@@ -51,6 +51,13 @@ constexpr std::array schema{
          win_amount REAL NOT NULL,
          settled_at INTEGER NOT NULL,
          PRIMARY KEY (channel, poll)))",
+    R"(CREATE TABLE IF NOT EXISTS edits (
+         channel TEXT NOT NULL,
+         kind TEXT NOT NULL,
+         id TEXT NOT NULL,
+         document TEXT,
+         saved_at INTEGER NOT NULL,
+         PRIMARY KEY (channel, kind, id)))",
     R"(CREATE TABLE IF NOT EXISTS analytics (
          id INTEGER PRIMARY KEY,
          viewer_id INTEGER NOT NULL REFERENCES viewers(id),
@@ -432,6 +439,37 @@ Result<bool, QString> Store::addAnalytics(qint64 viewerId, const QString &broadc
     if (!transaction.commit())
         return u"storage: "_s + db.lastError().text();
     return true;
+}
+
+Result<bool, QString> Store::saveEdit(const ContentEdit &edit)
+{
+    QSqlQuery query(QSqlDatabase::database(m_connection));
+    query.prepare(u"INSERT OR REPLACE INTO edits (channel, kind, id, document, saved_at) "
+                  "VALUES (?, ?, ?, ?, ?)"_s);
+    // An edit of a whole list has no id, and one of a trivia question no channel.
+    for (const QString &key : {edit.channel, edit.kind, edit.id})
+        query.addBindValue(key.isNull() ? u""_s : key);
+    query.addBindValue(edit.document ? QVariant(QString::fromUtf8(*edit.document))
+                                     : QVariant(QMetaType::fromType<QString>()));
+    query.addBindValue(QDateTime::currentMSecsSinceEpoch());
+    if (!query.exec())
+        return sqlError(query);
+    return true;
+}
+
+QList<ContentEdit> Store::edits() const
+{
+    QList<ContentEdit> edits;
+    QSqlQuery query(QSqlDatabase::database(m_connection));
+    if (query.exec(u"SELECT channel, kind, id, document FROM edits ORDER BY saved_at, rowid"_s)) {
+        while (query.next()) {
+            const QVariant document = query.value(3);
+            edits.append(
+                {query.value(0).toString(), query.value(1).toString(), query.value(2).toString(),
+                 document.isNull() ? std::nullopt : std::optional(document.toString().toUtf8())});
+        }
+    }
+    return edits;
 }
 
 qint64 Store::analyticsCount() const

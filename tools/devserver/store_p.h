@@ -9,10 +9,11 @@
 
 #include <optional>
 
-// The server's memory: viewers, their answers and what those earned, settled predictions and
-// analytics, in one SQLite file through Qt SQL. The journal is WAL with synchronous=NORMAL, so a
-// call that returned has committed: it survives the server being killed (a power cut may lose the
-// last commits; a development server does not pay an fsync per answer for that).
+// The server's memory: viewers, their answers and what those earned, settled predictions,
+// analytics and the producer's edits of the content, in one SQLite file through Qt SQL. The journal
+// is WAL with synchronous=NORMAL, so a call that returned has committed: it survives the server
+// being killed (a power cut may lose the last commits; a development server does not pay an fsync
+// per answer for that).
 //
 // Vote totals and rating statistics are counted from the answers, so they cannot drift from them.
 // Every write is one transaction; a failed one leaves nothing behind.
@@ -60,6 +61,17 @@ struct RatingStats
     qint64 points = 0; ///< sum of the ratings
 };
 
+/// A producer's change to the content: an item saved whole, or removed (no document). Trivia
+/// questions belong to no channel (an empty one); a channel's clock entries and scheduled
+/// injections are saved as whole lists (kind "clocks" or "injections", an empty id).
+struct ContentEdit
+{
+    QString channel;
+    QString kind; ///< "poll" (also predictions), "rating", "trivia", "clocks", "injections"
+    QString id;
+    std::optional<QByteArray> document;
+};
+
 struct Settlement
 {
     QList<Viewer> winners; ///< after their winnings were added
@@ -98,6 +110,10 @@ public:
     /// credits, the others are lost. Settling the same prediction again is an error.
     Result<Settlement, QString> settle(const QString &channel, const QString &poll,
                                        const QString &winningAnswer, double winAmount);
+
+    /// Keeps the latest edit of each item; edits() gives them back in the order they were saved.
+    Result<bool, QString> saveEdit(const ContentEdit &edit);
+    QList<ContentEdit> edits() const;
 
     Result<bool, QString> addAnalytics(qint64 viewerId, const QString &broadcaster,
                                        const QList<QByteArray> &events);

@@ -55,7 +55,7 @@ QByteArray encode(const T &value);
     X(GetInfoRequestBody) X(RegisterRequestBody) X(LoginRequestBody) X(AnswerPollRequestBody)      \
     X(AnswerRatingRequestBody) X(AnswerTriviaRequestBody) X(AnalyticsRequestBody)                  \
     X(AnalyticsEvent) X(AnswerPollResponse) X(AnswerRatingResponse) X(AnswerTriviaResponse)        \
-    X(AnalyticsResponse)
+    X(AnalyticsResponse) X(QList<Clock>) X(QList<Injection>)
 
 #define VANTORA_JSON_DECLARE(T)                                                                    \
     extern template Decoded<T> decode<T>(QByteArrayView);                                          \

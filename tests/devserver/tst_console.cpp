@@ -1,0 +1,173 @@
+// What the broadcaster's console stands on: edits checked by the SDK's decoder and kept across
+// restarts, the live feed of what viewers do, and the token that guards /admin off loopback.
+
+#include "serverfixture.h"
+#include "testsupport.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+
+#include <gtest/gtest.h>
+
+using namespace Vantora;
+using namespace Vantora::DevServerTest;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class ConsoleTest : public ServerFixture
+{
+protected:
+    HttpResult save(const char *kind, const QByteArray &document)
+    {
+        return admin(u"items"_s,
+                     R"({"channel":"1001","kind":")" + QByteArray(kind) + R"(","document":)"
+                         + document + '}');
+    }
+    // The ids of one list of the channel's items, as the console reads them.
+    QStringList ids(const QString &list)
+    {
+        QStringList ids;
+        const HttpResult items = http("GET", u"/admin/items?channel=1001"_s);
+        for (const QJsonValue &item : items.json()[list].toArray())
+            ids.append(item["id"_L1].toString());
+        return ids;
+    }
+    QByteArray seedDigest() const
+    {
+        QCryptographicHash digest(QCryptographicHash::Sha256);
+        for (const QString &folder : {u"channels"_s, u"trivia"_s}) {
+            const QDir dir(QDir(demoFolder).filePath(folder));
+            for (const QString &name : dir.entryList(QDir::Files, QDir::Name)) {
+                QFile file(dir.filePath(name));
+                if (file.open(QIODevice::ReadOnly))
+                    digest.addData(name.toUtf8() + file.readAll());
+            }
+        }
+        return digest.result();
+    }
+};
+
+} // namespace
+
+TEST_F(ConsoleTest, editsAreCheckedByTheSdksDecoderKeptAndServedInTheChannelDocument)
+{
+    const QByteArray seed = seedDigest();
+    // A producer copies the kick-off poll and changes it, as the console's editor does.
+    const QJsonObject items = http("GET", u"/admin/items?channel=1001"_s).json();
+    QJsonObject poll = items["polls"_L1][3].toObject();
+    poll[u"id"_s] = u"p900"_s;
+    const auto edited = [&poll](const char *member, const QJsonValue &value) {
+        QJsonObject copy = poll;
+        copy[QString::fromLatin1(member)] = value;
+        return QJsonDocument(copy).toJson(QJsonDocument::Compact);
+    };
+    EXPECT_EQ(save("poll", edited("question", u"Goal of the night?"_s)).body,
+              R"({"channel":"1001","id":"p900","kind":"poll","removed":false})");
+
+    // Refusals say what the decoder says and change nothing.
+    const struct
+    {
+        const char *kind;
+        QByteArray document;
+        const char *error;
+    } refused[] = {
+        {"poll", edited("answers", QJsonArray{QJsonObject{{u"answer"_s, 3}}}),
+         "poll: answers[0].answer: expected string, got number"},
+        {"poll", edited("questionType", u"survey"_s),
+         "poll: questionType: expected \"poll\" or \"prediction\""},
+        {"rating", R"({"id":"r9"})", "rating: name: missing"},
+        {"trivia",
+         R"({"question":{"id":"t9","question":"Q","answers":[{"answer":"A"}],"category":"c"},
+            "correctAnswer":"B"})",
+         "trivia: correctAnswer: \"B\" is not one of the answers"},
+        {"clocks", R"([{"id":"p900"}])", "clocks: [0].module: missing"},
+        {"banner", "{}", "banner: kind: expected poll, rating, trivia, clocks or injections"},
+    };
+    for (const auto &row : refused) {
+        SCOPED_TRACE(row.error);
+        const HttpResult reply = save(row.kind, row.document);
+        EXPECT_EQ(reply.status, 400);
+        EXPECT_EQ(reply.json()["error"_L1].toString(), QString::fromUtf8(row.error));
+    }
+    EXPECT_EQ(ids(u"polls"_s),
+              (QStringList{u"p100"_s, u"p101"_s, u"p102"_s, u"p103"_s, u"p900"_s}));
+
+    // A poll saved as a prediction moves to the predictions; a removal goes once.
+    save("poll", edited("questionType", u"prediction"_s));
+    EXPECT_EQ(ids(u"predictions"_s), (QStringList{u"pr200"_s, u"p900"_s}));
+    const QByteArray removal = R"({"channel":"1001","kind":"poll","id":"p103"})";
+    EXPECT_EQ(admin(u"items/delete"_s, removal).status, 200);
+    EXPECT_EQ(admin(u"items/delete"_s, removal).json()["error"_L1].toString(),
+              u"poll: no poll p103"_s);
+    QJsonObject clock = items["clocks"_L1][0].toObject();
+    clock[u"id"_s] = u"p900"_s;
+    EXPECT_EQ(save("clocks", QJsonDocument(QJsonArray{clock}).toJson()).status, 200);
+
+    // The SDK's channel document shows the edits, also after a restart on the same database.
+    m_server.reset();
+    SetUp();
+    const QJsonObject info =
+        api(u"/streamer/getInfo"_s, R"("broadcasterName":"vantora-demo","channelId":"1001")")
+            .json();
+    QStringList predictions;
+    for (const QJsonValue &item : info["predictions"_L1].toArray())
+        predictions.append(item["id"_L1].toString());
+    EXPECT_EQ(predictions, (QStringList{u"pr200"_s, u"p900"_s}));
+    EXPECT_EQ(ids(u"polls"_s), (QStringList{u"p100"_s, u"p101"_s, u"p102"_s}));
+    EXPECT_EQ(info["clocks"_L1].toArray(), QJsonArray{clock});
+    EXPECT_EQ(seedDigest(), seed) << "the data folder is never written";
+}
+
+TEST_F(ConsoleTest, theFeedTellsEachStoredAnswerWithItsTotalsAndEachReportBatch)
+{
+    auto console = connectClient();
+    const QString auth = admin(u"realtime/auth"_s,
+                               R"({"socket_id":")" + console->socketId().toUtf8()
+                                   + R"(","channel_name":"private-vantora-console"})")
+                             .json()["auth"_L1]
+                             .toString();
+    console->send(uR"({"event":"pusher:subscribe","data":{"channel":"%1","auth":"%2"}})"_s.arg(
+        DevServer::consoleChannel, auth));
+    ASSERT_TRUE(console->waitFor(u"pusher_internal:subscription_succeeded"_s));
+
+    const QString token = api(u"/user/register"_s, "$W").json()["token"_L1].toString();
+    const QByteArray vote = R"($W,"answer":"On the sofa")";
+    api(u"/poll/answer_new/p103"_s, vote, token);
+    api(u"/poll/answer_new/p103"_s, vote, token); // counted once, told once
+    api(u"/analytics/add"_s,
+        R"($W,"events":[{"country":"US","language":"en","deviceType":"tv","device":"d",
+        "browser":"b","timestamp":5,"module":"Polls","streamer":"vantora-demo","isEngaged":true,
+        "eventType":"engage"}])",
+        token);
+    ASSERT_TRUE(console->waitFor(u"analytics"_s));
+    EXPECT_EQ(console->names().count(u"answer"_s), 1);
+    QJsonObject answer;
+    for (const QJsonObject &frame : console->frames) {
+        if (frame["event"_L1] == "answer"_L1)
+            answer = dataOf(frame);
+    }
+    EXPECT_EQ(answer["item"_L1], u"p103"_s);
+    EXPECT_EQ(answer["totals"_L1].toObject(), (QJsonObject{{u"On the sofa"_s, 1}}));
+    EXPECT_EQ(answer["viewer"_L1]["token"_L1], token);
+    const QJsonObject report = dataOf(console->frames.last());
+    EXPECT_EQ(report["events"_L1][0]["eventType"_L1], u"engage"_s);
+}
+
+TEST(ConsoleAccess, offLoopbackAdminWantsTheTokenPrintedAtStartUp)
+{
+    QTemporaryDir dir;
+    ServerProcess server(
+        QStringLiteral(VANTORA_DEVSERVER),
+        {u"--host"_s, u"0.0.0.0"_s, u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"db"_s)});
+    const QString line = server.lines().filter(u"Authorization: Bearer"_s).value(0);
+    const QString token = line.section(u' ', -1).chopped(1);
+    ASSERT_EQ(token.size(), 32) << line.toStdString();
+    const QString viewers = u"http://127.0.0.1:%1/admin/viewers"_s.arg(server.port);
+    EXPECT_EQ(httpRequest(QUrl(viewers), "GET").status, 401);
+    EXPECT_EQ(httpRequest(QUrl(viewers + u"?token="_s + token.chopped(1) + u'x'), "GET").status,
+              401);
+    EXPECT_EQ(httpRequest(QUrl(viewers + u"?token="_s + token), "GET").status, 200);
+}
