@@ -15,14 +15,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-void expectLook(const FocusTvButton *button, QColor start, QColor end, QColor title, qreal scale)
-{
-    EXPECT_EQ(button->gradientView()->startColor(), start);
-    EXPECT_EQ(button->gradientView()->endColor(), end);
-    EXPECT_EQ(button->titleLabel()->property("color").value<QColor>(), title);
-    EXPECT_DOUBLE_EQ(button->scale(), scale);
-}
-
 // Two buttons on a shown window, in virtual time: the remote moves the focus between them.
 class ButtonTest : public testing::Test
 {
@@ -30,9 +22,7 @@ protected:
     ButtonTest()
     {
         window.resize(1920, 1080);
-        first = fromNib<FocusTvButton>();
-        second = fromNib<FocusTvButton>();
-        for (FocusTvButton *button : {first, second}) {
+        for (FocusTvButton *button : {first.get(), second.get()}) {
             button->setParentItem(window.contentItem());
             button->setTitle(QStringLiteral("Answer"));
         }
@@ -41,64 +31,61 @@ protected:
         window.requestActivate();
         clock.runPending();
     }
-
-    ~ButtonTest() override
-    {
-        delete first;
-        delete second;
-    }
-
     void focus(FocusTvButton *button)
     {
         button->forceActiveFocus();
         clock.advanceBy(1s);
     }
+    // The button's look, its gradient from start to end, its title's colour and its scale.
+    static std::string look(const FocusTvButton *button)
+    {
+        std::string shown =
+            QMetaEnum::fromType<FocusTvButton::Look>().valueToKey(int(button->look()));
+        for (const QColor colour :
+             {button->gradientView()->startColor(), button->gradientView()->endColor(),
+              button->titleLabel()->property("color").value<QColor>()})
+            shown += ' ' + colour.name(QColor::HexArgb).toStdString();
+        return shown + ' ' + std::to_string(button->scale());
+    }
 
     VirtualTimeScheduler clock;
     QQuickWindow window;
-    FocusTvButton *first = nullptr;
-    FocusTvButton *second = nullptr;
+    std::unique_ptr<FocusTvButton> first{fromNib<FocusTvButton>()};
+    std::unique_ptr<FocusTvButton> second{fromNib<FocusTvButton>()};
 };
 
 } // namespace
 
+// White when idle, red and larger when focused (also when selected), black when selected with
+// the focus elsewhere; updateView() applies changed values to the current look.
 TEST_F(ButtonTest, defaultsAreWhiteIdleRedAndLargerFocusedBlackSelected)
 {
-    const QColor white(Qt::white), red(Qt::red), black(Qt::black);
-    {
-        SCOPED_TRACE("idle");
-        expectLook(first, white, white, white, 1.0);
-        EXPECT_EQ(first->look(), FocusTvButton::Look::Normal);
-    }
-    focus(first);
-    {
-        SCOPED_TRACE("focused");
-        expectLook(first, red, red, white, 1.2);
-    }
+    EXPECT_EQ(look(first.get()), "Normal #ffffffff #ffffffff #ffffffff 1.000000");
+    focus(first.get());
     first->setSelected(true);
     clock.runPending();
-    {
-        SCOPED_TRACE("focused wins over selected");
-        EXPECT_EQ(first->look(), FocusTvButton::Look::Focused);
-        expectLook(first, red, red, white, 1.2);
-    }
-    focus(second);
-    {
-        SCOPED_TRACE("selected, focus elsewhere");
-        EXPECT_EQ(first->look(), FocusTvButton::Look::Selected);
-        expectLook(first, black, black, white, 1.0);
-    }
+    EXPECT_EQ(look(first.get()), "Focused #ffff0000 #ffff0000 #ffffffff 1.200000");
+    focus(second.get());
+    EXPECT_EQ(look(first.get()), "Selected #ff000000 #ff000000 #ffffffff 1.000000");
+
+    second->focusedScaleFactor = 1.08;
+    second->focusedBackgroundColor = QColor(0x1E, 0x88, 0xE5);
+    second->focusedBackgroundEndColor = QColor(0x0D, 0x47, 0xA1);
+    second->focusedTitleColor = Qt::yellow;
+    second->cornerRadius = 24;
+    EXPECT_DOUBLE_EQ(second->scale(), 1.2) << "nothing changes before updateView()";
+    second->updateView();
+    EXPECT_EQ(look(second.get()), "Focused #ff1e88e5 #ff0d47a1 #ffffff00 1.080000");
+    EXPECT_EQ(second->gradientView()->cornerRadius(), 24);
 }
 
 TEST_F(ButtonTest, focusChangesAnimateOverTheAnimationDuration)
 {
     first->forceActiveFocus();
     clock.advanceBy(100ms);
-    EXPECT_GT(first->scale(), 1.0);
-    EXPECT_LT(first->scale(), 1.2);
+    EXPECT_TRUE(first->scale() > 1.0 && first->scale() < 1.2) << first->scale();
     clock.advanceBy(100ms);
     EXPECT_DOUBLE_EQ(first->scale(), 1.2);
-
     first->animationDuration = 1.0;
     second->forceActiveFocus();
     clock.advanceBy(500ms);
@@ -107,28 +94,14 @@ TEST_F(ButtonTest, focusChangesAnimateOverTheAnimationDuration)
     EXPECT_DOUBLE_EQ(first->scale(), 1.0);
 }
 
-TEST_F(ButtonTest, updateViewAppliesChangedValuesToTheCurrentLook)
-{
-    focus(first);
-    first->focusedScaleFactor = 1.08;
-    first->focusedBackgroundColor = QColor(0x1E, 0x88, 0xE5);
-    first->focusedBackgroundEndColor = QColor(0x0D, 0x47, 0xA1);
-    first->focusedTitleColor = Qt::yellow;
-    first->cornerRadius = 24;
-    EXPECT_DOUBLE_EQ(first->scale(), 1.2) << "nothing changes before updateView()";
-    first->updateView();
-    expectLook(first, QColor(0x1E, 0x88, 0xE5), QColor(0x0D, 0x47, 0xA1), Qt::yellow, 1.08);
-    EXPECT_EQ(first->gradientView()->cornerRadius(), 24);
-    EXPECT_EQ(first->gradientView()->startPoint(), QPointF(0, 0));
-    EXPECT_EQ(first->gradientView()->endPoint(), QPointF(1, 1));
-}
-
+// Held down, a button takes its own size; released, it chooses. Other keys choose nothing, and
+// neither does a select key held while the button came to have the focus (a card appearing
+// under the viewer's thumb), which repeats and is released here without having been pressed.
 TEST_F(ButtonTest, theSelectKeyPressesAndReleasesTheButton)
 {
-    focus(first);
-    QSignalSpy triggered(first, &FocusTvButton::primaryActionTriggered);
+    focus(first.get());
+    QSignalSpy triggered(first.get(), &FocusTvButton::primaryActionTriggered);
     for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Select}) {
-        SCOPED_TRACE(key);
         QTest::keyPress(&window, key);
         clock.advanceBy(200ms);
         EXPECT_DOUBLE_EQ(first->scale(), 1.0) << "held down: its own size";
@@ -136,34 +109,29 @@ TEST_F(ButtonTest, theSelectKeyPressesAndReleasesTheButton)
         QTest::keyRelease(&window, key);
         clock.advanceBy(200ms);
         EXPECT_DOUBLE_EQ(first->scale(), 1.2);
-        EXPECT_EQ(triggered.count(), 1);
+        EXPECT_EQ(triggered.count(), 1) << key;
         triggered.clear();
     }
-
     QTest::keyPress(&window, Qt::Key_Space);
     QTest::keyRelease(&window, Qt::Key_Space);
     QTest::keyClick(&window, Qt::Key_Down);
     clock.advanceBy(200ms);
-    EXPECT_EQ(triggered.count(), 0) << "other keys are not the select key";
     EXPECT_DOUBLE_EQ(first->scale(), 1.2);
-
-    // A key held while the button came to have the focus (a card appearing under the viewer's
-    // thumb) repeats and is released here without having been pressed here: nothing is chosen.
-    QSignalSpy secondTriggered(second, &FocusTvButton::primaryActionTriggered);
+    EXPECT_EQ(triggered.count(), 0) << "other keys are not the select key";
+    QSignalSpy secondTriggered(second.get(), &FocusTvButton::primaryActionTriggered);
     QTest::keyPress(&window, Qt::Key_Select);
-    focus(second);
+    focus(second.get());
     QTest::keyRelease(&window, Qt::Key_Select);
     QKeyEvent repeat(QEvent::KeyPress, Qt::Key_Select, Qt::NoModifier, QString(), true);
     QCoreApplication::sendEvent(&window, &repeat);
     QTest::keyRelease(&window, Qt::Key_Select);
-    EXPECT_EQ(triggered.count(), 0);
-    EXPECT_EQ(secondTriggered.count(), 0);
+    EXPECT_EQ(triggered.count() + secondTriggered.count(), 0);
 }
 
+// On a wide item the bands of a (0,0)→(1,1) gradient run parallel to the other diagonal: its two
+// other corners get the same colour, the ends their own.
 TEST(GradientView, unitPointsRunCornerToCornerOnAnyShape)
 {
-    // On a wide item the bands of a (0,0)→(1,1) gradient run parallel to the other diagonal:
-    // its two other corners get the same colour, the middle one between the ends.
     GradientView view;
     view.setSize(QSizeF(400, 100));
     view.setStartColor(QColor(255, 0, 0));
@@ -173,11 +141,8 @@ TEST(GradientView, unitPointsRunCornerToCornerOnAnyShape)
     QPainter painter(&image);
     view.paint(&painter);
     painter.end();
-
-    const QColor topRight = image.pixelColor(399, 0);
-    const QColor bottomLeft = image.pixelColor(0, 99);
-    EXPECT_NEAR(topRight.red(), bottomLeft.red(), 3);
-    EXPECT_NEAR(topRight.blue(), bottomLeft.blue(), 3);
+    EXPECT_NEAR(image.pixelColor(399, 0).red(), image.pixelColor(0, 99).red(), 3);
+    EXPECT_NEAR(image.pixelColor(399, 0).blue(), image.pixelColor(0, 99).blue(), 3);
     EXPECT_NEAR(image.pixelColor(1, 1).red(), 255, 6);
     EXPECT_NEAR(image.pixelColor(398, 98).blue(), 255, 6);
 }

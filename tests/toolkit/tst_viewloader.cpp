@@ -70,30 +70,25 @@ protected:
 
 } // namespace
 
-TEST_F(ViewLoader, createsEveryToolkitViewFromItsLayout)
+// A new view each time, from the library's layout with its outlets, or for a host's subclass from
+// the layout it names.
+TEST_F(ViewLoader, createsEachViewFromItsLayout)
 {
     std::unique_ptr<FocusTvButton> button(fromNib<FocusTvButton>());
-    ASSERT_NE(button, nullptr);
-    EXPECT_NE(button->gradientView(), nullptr);
-    EXPECT_NE(button->titleLabel(), nullptr);
-    EXPECT_NE(button->imageView(), nullptr);
-    EXPECT_GT(button->implicitWidth(), 0);
     std::unique_ptr<FocusTvButton> second(fromNib<FocusTvButton>());
-    EXPECT_NE(second.get(), button.get()) << "a new view each time";
+    ASSERT_TRUE(button && second);
+    EXPECT_NE(second.get(), button.get());
+    EXPECT_TRUE(button->gradientView() && button->titleLabel() && button->imageView());
+    EXPECT_GT(button->implicitWidth(), 0);
+    std::unique_ptr<HostButton> host(fromNib<HostButton>());
+    ASSERT_NE(host, nullptr);
+    EXPECT_EQ(host->width(), 300) << "the host's layout, not the library's";
+    EXPECT_EQ(host->titleLabel()->parentItem(), host.get());
 }
 
-TEST_F(ViewLoader, aHostSubclassLoadsFromTheLayoutItNames)
-{
-    std::unique_ptr<HostButton> button(fromNib<HostButton>());
-    ASSERT_NE(button, nullptr);
-    EXPECT_EQ(button->width(), 300) << "the host's layout, not the library's";
-    ASSERT_NE(button->titleLabel(), nullptr);
-    EXPECT_EQ(button->titleLabel()->parentItem(), button.get());
-}
-
+// The button inside has a "titleLabel" of its own; it must not answer for the probe.
 TEST_F(ViewLoader, outletsComeOnlyFromTheViewsOwnLayout)
 {
-    // The button inside has a "titleLabel" of its own; it must not answer for the probe.
     auto nested = create("OutletProbe { FocusTvButton {} }");
     EXPECT_EQ(static_cast<OutletProbe *>(nested.get())->titleLabel, nullptr);
 
