@@ -138,28 +138,27 @@ TEST_F(CardsTest, closingAsksTheOverlayAndReportsAnUnansweredCard)
 TEST_F(CardTest, whileACardWaitsASpinnerTurnsInItsLogosPlace)
 {
     VTAInteractionView *card = make();
-    EXPECT_FALSE(card->mainIcon()->isVisible() || card->indicator()->isVisible());
-    card->applyState(State::loading);
-    EXPECT_TRUE(card->indicator()->isVisible()) << "a card without a logo makes room for it";
-    card->applyState(State::active);
-    EXPECT_FALSE(card->indicator()->isVisible());
-    card->mainIcon()->setImage(QImage(60, 20, QImage::Format_ARGB32));
-    for (const State state : {State::active, State::loading, State::completed}) {
-        card->applyState(state);
-        const bool waiting = state == State::loading;
-        EXPECT_EQ(card->mainIcon()->isVisible(), !waiting);
-        EXPECT_EQ(card->indicator()->isVisible(), waiting);
-        EXPECT_EQ(card->indicator()->property("running").toBool(), waiting);
+    for (const bool logo : {false, true}) {
+        if (logo)
+            card->mainIcon()->setImage(QImage(60, 20, QImage::Format_ARGB32));
+        for (const State state : {State::active, State::loading, State::completed}) {
+            const bool waiting = state == State::loading;
+            card->applyState(state);
+            EXPECT_EQ(card->mainIcon()->isVisible(), logo && !waiting) << logo << int(state);
+            EXPECT_EQ(card->indicator()->isVisible(), waiting) << logo << int(state);
+            EXPECT_EQ(card->indicator()->property("running").toBool(), waiting);
+        }
     }
 }
 
 // The channel's text colour on every text the viewer sees and on the results to come, its button
-// colour behind each focused button, its pictures behind the card and as its logo. A colour
-// written otherwise than #RRGGBB or #RRGGBBAA changes nothing; an empty picture loads nothing.
+// colour behind each focused button, its pictures behind the card and as its logo; on a notice
+// the button colour is the amounts'. A colour written otherwise than #RRGGBB or #RRGGBBAA changes
+// nothing; an empty picture loads nothing.
 TEST_F(CardsTest, theDesignColoursEveryKindOfCard)
 {
-    backend->answer(u"/designs/bg.png"_s, {200, png({8, 8}, Qt::darkBlue), {}});
-    backend->answer(u"/designs/logo.png"_s, {200, png({8, 8}, Qt::yellow), {}});
+    backend->answer(u"/designs/bg.png"_s, {200, png({8, 8}, Qt::darkBlue)});
+    backend->answer(u"/designs/logo.png"_s, {200, png({8, 8}, Qt::yellow)});
     const QColor textColour(0xFF, 0xD5, 0x4F);
     const DesignInfo design{.backgroundImage = u"designs/bg.png"_s,
                             .backgroundLogo = u"/designs/logo.png"_s,
@@ -180,15 +179,27 @@ TEST_F(CardsTest, theDesignColoursEveryKindOfCard)
     for (QQuickItem *result :
          {trivia->resultLabel(), rating->averageLabel(), rating->outOfLabel(), rating->maxLabel()})
         EXPECT_EQ(color(result), textColour) << qPrintable(result->objectName());
+    // A notice: the text colour on its texts and close button, the button colour on its amounts.
+    const auto noticeWith = [&](std::optional<DesignInfo> look) {
+        auto *notice = make<VTANotice>();
+        notice->configure({u"Home"_s, 10, {}}, matchPoll(), true, 100, u"Home"_s, look);
+        return notice;
+    };
+    VTANotice *notice = noticeWith(design);
+    EXPECT_EQ(otherColoured(notice, textColour), QStringList(u"+10 pts"_s));
+    EXPECT_EQ(color(notice->scoreTitleLabel()), textColour);
+    for (QQuickItem *amount : {notice->pointsLabel(), notice->totalPointsLabel()})
+        EXPECT_EQ(color(amount), QColor(0x7B, 0x1F, 0xA2));
     VTAInteractionView *plain = make();
-    VTAInteractionView *card = show(Kind::trivia, {}, false,
-                                    DesignInfo{.backgroundImage = u""_s,
-                                               .backgroundLogo = u""_s,
-                                               .textColor = u"#FFF"_s,
-                                               .backgroundButton = u"red"_s});
+    const DesignInfo wrong{.backgroundImage = u""_s,
+                           .backgroundLogo = u""_s,
+                           .textColor = u"#FFF"_s,
+                           .backgroundButton = u"red"_s};
+    VTAInteractionView *card = show(Kind::trivia, {}, false, wrong);
     EXPECT_EQ(color(card->titleLabel()), color(plain->titleLabel()));
     EXPECT_EQ(card->infoView()->closeButton()->focusedBackgroundColor,
               plain->infoView()->closeButton()->focusedBackgroundColor);
+    EXPECT_EQ(color(noticeWith(wrong)->titleLabel()), color(noticeWith({})->titleLabel()));
     clock.runPending();
     EXPECT_EQ(backend->requests().size(), 6);
 }
@@ -200,11 +211,12 @@ TEST_F(CardTest, aPromotionSlidesInBesideTheCardOrGrowsOverIt)
 {
     const std::tuple<const char *, const char *, qreal, qreal, std::chrono::milliseconds> rows[] = {
         {"display", "x", 1240, 0, 500ms}, {"flip", "scale", 0, 1, 400ms}};
+    QList<PromotionView *> shown;
     for (const auto &[kind, property, from, to, duration] : rows) {
         VTAInteractionView *card = make();
         card->preparePromotion(tvPromotion(kind));
         clock.runPending();
-        QQuickItem *view = card->promotionView();
+        PromotionView *view = shown.emplace_back(card->promotionView());
         const auto at = [&] {
             return view->property(property).toReal();
         };
@@ -216,12 +228,9 @@ TEST_F(CardTest, aPromotionSlidesInBesideTheCardOrGrowsOverIt)
         EXPECT_EQ(at(), to) << kind;
         EXPECT_EQ(view->size(), view->parentItem()->size());
     }
-    const auto promotion = [&](int i) {
-        return static_cast<VTAInteractionView *>(views[std::size_t(i)].get())->promotionView();
-    };
-    EXPECT_EQ(promotion(0)->imageView()->image().pixelColor(1, 1), QColor(Qt::green));
-    EXPECT_EQ(promotion(1)->textView()->document().toRawText(), u"Brought to you by Acme"_s);
-    EXPECT_EQ(color(promotion(1)->parentItem()->parentItem()), QColor::fromRgbF(0, 0, 0, 0.6f));
+    EXPECT_EQ(shown[0]->imageView()->image().pixelColor(1, 1), QColor(Qt::green));
+    EXPECT_EQ(shown[1]->textView()->document().toRawText(), u"Brought to you by Acme"_s);
+    EXPECT_EQ(color(shown[1]->parentItem()->parentItem()), QColor::fromRgbF(0, 0, 0, 0.6f));
     VTAInteractionView *card = make();
     for (const char *kind : {"", "banner", "Display"}) {
         card->preparePromotion(tvPromotion(kind));

@@ -6,11 +6,10 @@ namespace {
 std::string bars(const VTAPollView *poll)
 {
     std::string shown;
-    for (VTAPollAnswerView *row : poll->answerViews()) {
+    for (VTAPollAnswerView *row : poll->answerViews())
         if (row->statsBar()->isVisible())
             shown += ' '
                 + std::to_string(qRound(100 * row->statsBar()->width() / row->button()->width()));
-    }
     return shown;
 }
 
@@ -26,7 +25,7 @@ TEST_F(CardTest, aPollRowShowsItsPictureFittedAndItsFiguresAsThePollAsks)
         {"", 12, 30, "12 - 40.0%"},
         {"Percentage", 1, 8, "1 - 12.5%"},
         {"votes", 1234, 1234, "1234 - 100.0%"}};
-    backend->answer(u"/img/tall.png"_s, {200, png({100, 200}), {}});
+    backend->answer(u"/img/tall.png"_s, {200, png({100, 200})});
     Poll poll = matchPoll();
     poll.answers[0].image = u"img/tall.png"_s;
     VTAPollAnswerView *answer = showPoll(poll)->answerViews()[0];
@@ -45,20 +44,18 @@ TEST_F(CardTest, aVoteCountsAtOnceAndIsSentOnce)
 {
     const std::string counted = "Who scores next? | Home | 3 - 60.0% | Away | 1 - 20.0% | Nobody | "
                                 "1 - 20.0%";
-    const std::tuple<const char *, bool, HttpReply, const char *> rows[] = {
-        {"poll",
-         true,
-         {200, TestSupport::loadFixture(u"answer_poll.json"), {}},
-         "poll(Home, p1, poll); completed; poll(Home, p1, poll) ok"},
-        {"prediction",
-         true,
-         {500, "{}", {}},
+    const std::tuple<const char *, bool, int, const char *> rows[] = {
+        {"poll", true, 200, "poll(Home, p1, poll); completed; poll(Home, p1, poll) ok"},
+        {"prediction", true, 500,
          "poll(Home, p1, prediction); completed; poll(Home, p1, prediction) failed"},
-        {"poll", false, {}, "completed"}};
-    for (const auto &[type, signedIn, reply, calls] : rows) {
+        {"poll", false, 200, "completed"}};
+    for (const auto &[type, signedIn, status, calls] : rows) {
         views.clear();
         overlay.token = signedIn ? std::optional(u"token"_s) : std::nullopt;
-        backend->answer(u"/userApi/poll/answer_new/p1"_s, reply);
+        backend->answer(
+            u"/userApi/poll/answer_new/p1"_s,
+            {status,
+             status == 200 ? TestSupport::loadFixture(u"answer_poll.json") : QByteArray("{}")});
         Poll poll = matchPoll();
         poll.questionType = QString::fromLatin1(type);
         VTAPollView *card = showPoll(poll);

@@ -31,7 +31,7 @@ TEST_F(CardTest, aRatingHasOneNumberedStepPerValueOfItsScale)
 
 TEST_F(CardTest, aRatingsIconTakesThePlaceOfTheNumbersAndTheStar)
 {
-    backend->answer(u"/icons/star.png"_s, {200, png({8, 8}, Qt::yellow), {}});
+    backend->answer(u"/icons/star.png"_s, {200, png({8, 8}, Qt::yellow)});
     Rating rating = halfTime("3");
     rating.icon = u"icons/star.png"_s;
     VTARatingView *card = showRating(rating);
@@ -49,7 +49,7 @@ TEST_F(CardTest, aRatingsIconTakesThePlaceOfTheNumbersAndTheStar)
 TEST_F(CardTest, theRemoteRatesOnceAndTheCardTurnsToTheAverage)
 {
     backend->answer(u"/userApi/rating/answer_new/r1"_s,
-                    {200, TestSupport::loadFixture(u"answer_rating.json"), {}});
+                    {200, TestSupport::loadFixture(u"answer_rating.json")});
     VTARatingView *card = showRating(halfTime("5", 4, 14));
     press({Qt::Key_Left, Qt::Key_Left, Qt::Key_Right, Qt::Key_Select});
     card->actionAnswer(card->answerViews()[0]->button());
@@ -88,24 +88,6 @@ TEST_F(CardTest, theAverageCountsTheViewerInBeforeTheBackendReplies)
     EXPECT_EQ(text(card->averageLabel()), "3.0");
 }
 
-// Rated before it opened, a card shows the average at once, with no countdown and no step
-// selected, and takes no rating.
-TEST_F(CardTest, aRatedCardOpensOnTheAverage)
-{
-    Rating rating = halfTime("5", 8);
-    rating.averageRate = 3.25;
-    VTARatingView *card = showRating(rating, u"4"_s);
-    EXPECT_EQ(screen(card),
-              "POINTS | 1,000 | LEVEL | 2 | Account | [✕] | How was the half-time show? "
-              "| AUDIENCE RATING | 3.2 | / | 5");
-    EXPECT_FALSE(card->starIcon()->image().isNull()) << "a star beside the average";
-    card->actionAnswer(card->answerViews()[0]->button());
-    clock.advanceBy(40s);
-    EXPECT_FALSE(card->answerViews()[0]->button()->isSelected());
-    EXPECT_EQ(overlay.take(), "");
-    EXPECT_TRUE(backend->requests().isEmpty());
-}
-
 // Live figures replace the card's only when more people have rated; the card shows them once the
 // viewer has rated.
 TEST_F(CardTest, liveRatingFiguresCountOnlyWhenMorePeopleRated)
@@ -115,7 +97,8 @@ TEST_F(CardTest, liveRatingFiguresCountOnlyWhenMorePeopleRated)
     card->updateInfo(live(9, 4.1));
     EXPECT_FALSE(card->resultContainer()->isVisible());
     card->actionAnswer(card->answerViews()[2]->button());
-    EXPECT_EQ(text(card->averageLabel()), "10.3") << "(100 + 3) / (9 + 1)";
+    EXPECT_EQ(text(card->averageLabel()) + ' ' + overlay.take(), "10.3 completed")
+        << "(100 + 3) / (9 + 1)";
     const std::tuple<std::optional<qint64>, double, const char *> rows[] = {
         {10, 2.0, "10.3"}, {7, 2.0, "10.3"},  {{}, 2.0, "10.3"},
         {0, 2.0, "10.3"},  {11, 4.25, "4.2"}, {12, 4.35, "4.3"}};
@@ -123,9 +106,19 @@ TEST_F(CardTest, liveRatingFiguresCountOnlyWhenMorePeopleRated)
         card->updateInfo(live(people, average));
         EXPECT_EQ(text(card->averageLabel()), shown) << people.value_or(-1);
     }
-    card = showRating(halfTime("5"), u"2"_s); // nobody counted yet
+    // Rated before it opened (nobody counted yet), a card shows the average at once, with no
+    // countdown and no step selected, and takes no rating.
+    card = showRating(live({}, 3.25), u"4"_s);
+    EXPECT_EQ(screen(card),
+              "POINTS | 1,000 | LEVEL | 2 | Account | [✕] | How was the half-time show? "
+              "| AUDIENCE RATING | 3.2 | / | 5");
+    EXPECT_FALSE(card->starIcon()->image().isNull()) << "a star beside the average";
+    card->actionAnswer(card->answerViews()[0]->button());
+    clock.advanceBy(40s);
+    EXPECT_FALSE(card->answerViews()[0]->button()->isSelected());
+    EXPECT_EQ(overlay.take(), "");
     card->updateInfo(live(0, 3.0));
-    EXPECT_EQ(text(card->averageLabel()), "0.0");
+    EXPECT_EQ(text(card->averageLabel()), "3.2");
     card->updateInfo(live(1, 3.0));
     EXPECT_EQ(text(card->averageLabel()), "3.0");
 }
