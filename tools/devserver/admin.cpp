@@ -209,6 +209,11 @@ HttpReply Admin::saveEdit(const ContentEdit &edit)
 
 HttpReply Admin::realtime(QByteArrayView method, const QString &operation, QByteArrayView body)
 {
+    if (operation == "/app"_L1) {
+        if (method != "GET")
+            return HttpReply::error(405, u"/admin/realtime/app takes GET"_s);
+        return json(QJsonObject{{u"key"_s, m_hub.app().key}});
+    }
     if (operation == "/connections"_L1) {
         if (method != "GET")
             return HttpReply::error(405, u"/admin/realtime/connections takes GET"_s);

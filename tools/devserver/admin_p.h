@@ -30,6 +30,8 @@
 //                              clocks / injections (the channel's whole list)
 //   POST /admin/items/delete  {"channel","kind","id"}
 //
+//   GET  /admin/realtime/app                {"key"}   the key the console's client connects with
+//
 // Realtime test hooks, for clients' tests (a connection is named by its socket_id):
 //   GET  /admin/realtime/connections        [{"socket_id", "channels"}]
 //   POST /admin/realtime/close              {"socket_id","code","reason"?}   close frame

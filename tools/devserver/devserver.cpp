@@ -151,6 +151,19 @@ HttpReply DevServer::dispatch(const QHttpServerRequest &request)
                                m_options.now());
     }
 
+    if (path == "/console"_L1 || path.startsWith("/console/"_L1)) {
+        if (method != "GET")
+            return HttpReply::error(405, u"the console is read with GET"_s);
+        const QString file = path.sliced(8);
+        // The page needs the token; its script and style hold nothing of the show.
+        const bool page = file.isEmpty() || file == "/"_L1 || file == "/index.html"_L1;
+        if (page && !authorized(request))
+            return HttpReply::error(401,
+                                    u"the console wants the token the server printed at "
+                                    "start-up: open /console/?token=<token>"_s);
+        return serveConsole(page ? u"/index.html"_s : file);
+    }
+
     static const QRegularExpression trigger(u"^/apps/([^/]+)/events$"_s);
     if (const auto match = trigger.match(path); match.hasMatch()) {
         return handleTrigger(*m_hub, method, match.captured(1), path,
@@ -184,6 +197,18 @@ bool DevServer::authorized(const QHttpServerRequest &request) const
         ? bearer.sliced(7)
         : request.query().queryItemValue(u"token"_s, QUrl::FullyDecoded).toUtf8();
     return equalInConstantTime(given, m_options.adminToken);
+}
+
+HttpReply DevServer::serveConsole(const QString &file) const
+{
+    static const QHash<QString, QByteArray> types{{u"html"_s, "text/html; charset=utf-8"},
+                                                  {u"css"_s, "text/css; charset=utf-8"},
+                                                  {u"js"_s, "text/javascript; charset=utf-8"}};
+    QFile resource(u":/console"_s + QDir::cleanPath(file));
+    const QByteArray type = types.value(QFileInfo(file).suffix());
+    if (type.isEmpty() || !resource.open(QIODevice::ReadOnly))
+        return HttpReply::error(404, u"no console file "_s + file);
+    return {200, resource.readAll(), type};
 }
 
 HttpReply DevServer::serveMedia(const QString &relativePath) const

@@ -20,6 +20,7 @@
 //   /app/<key>  (websocket)         the Pusher protocol (pusherhub_p.h)
 //   POST /apps/<id>/events          the Pusher trigger API (trigger_p.h)
 //   /admin/...                      the broadcaster's operations (admin_p.h)
+//   GET /console/                   the broadcaster's console, a page on those operations
 
 namespace Vantora::DevServer {
 
@@ -59,6 +60,7 @@ private:
     DevServer(ServerOptions options, Content content, std::unique_ptr<Store> store);
     HttpReply dispatch(const QHttpServerRequest &request);
     HttpReply serveMedia(const QString &relativePath) const;
+    HttpReply serveConsole(const QString &file) const;
     bool authorized(const QHttpServerRequest &request) const;
 
     ServerOptions m_options;

@@ -1,0 +1,349 @@
+// The broadcaster's console: the channel's items with their live results, the controls that push
+// live events to every viewer, the schedule, an editor, and what viewers do as it happens. Every
+// figure comes from the dev server's /admin API once, then from its private realtime feed.
+
+// Off loopback the server wants the token it printed; the page is opened with ?token=… once.
+const token = new URLSearchParams(location.search).get('token') ?? sessionStorage.getItem('token');
+if (token) sessionStorage.setItem('token', token);
+const auth = token ? { Authorization: `Bearer ${token}` } : {};
+
+const $ = (id) => document.getElementById(id);
+const state = {
+  channel: null, items: null, totals: { polls: {}, ratings: {} }, trivia: {}, viewers: [],
+  editing: null, injecting: null, settling: null,
+};
+
+async function api(path, body) {
+  const init = body === undefined ? { headers: auth }
+    : { method: 'POST', headers: { ...auth, 'Content-Type': 'application/json' }, body: JSON.stringify(body) };
+  const reply = await fetch(`/admin${path}`, init);
+  const data = await reply.json().catch(() => ({}));
+  return { ok: reply.ok, status: reply.status, data };
+}
+
+function element(tag, attributes = {}, ...children) {
+  const node = document.createElement(tag);
+  for (const [key, value] of Object.entries(attributes)) {
+    if (key.startsWith('on')) node.addEventListener(key.slice(2), value);
+    else if (value !== undefined && value !== null) node.setAttribute(key, value);
+  }
+  node.append(...children.filter((child) => child !== null && child !== undefined));
+  return node;
+}
+
+function note(list, text, kind = '') {
+  const time = new Date().toLocaleTimeString([], { hour12: false });
+  $(list).prepend(element('li', { class: kind }, element('time', {}, time), ' ', text));
+  while ($(list).children.length > 200) $(list).lastElementChild.remove();
+}
+
+// What an action sent and to how many connections, or why it failed.
+function sent(what, reply) {
+  if (reply.ok) {
+    const count = reply.data.delivered ?? 0;
+    note('sent', `${what}: ${reply.data.event ?? 'done'} to ${count} connection${count === 1 ? '' : 's'}`, 'ok');
+  } else {
+    note('sent', `${what} failed (${reply.status}): ${reply.data.error ?? 'no reason given'}`, 'error');
+  }
+  return reply;
+}
+
+// ---- results
+
+function pollShares(poll) {
+  const votes = state.totals.polls[poll.id] ?? {};
+  const total = Object.values(votes).reduce((sum, n) => sum + n, 0);
+  return poll.answers.map((answer) => {
+    const count = votes[answer.answer] ?? 0;
+    return { label: answer.answer, count, share: total ? count / total : 0 };
+  });
+}
+
+function shareRows(rows, unit) {
+  return element('ul', { class: 'shares' }, ...rows.map((row) => element('li', {},
+    element('span', { class: 'label' }, row.label),
+    element('span', { class: 'bar' }, element('span', { style: `width:${(row.share * 100).toFixed(1)}%` })),
+    element('span', { class: 'figure', 'data-testid': `share-${row.label}` },
+      `${Math.round(row.share * 100)}% · ${row.count} ${row.count === 1 ? unit : `${unit}s`}`))));
+}
+
+function ratingSummary(rating) {
+  const stats = state.totals.ratings[rating.id] ?? { totalPeople: 0, totalPoints: 0 };
+  const average = stats.totalPeople ? stats.totalPoints / stats.totalPeople : 0;
+  return element('p', { class: 'summary', 'data-testid': `rating-${rating.id}` },
+    `Average ${average.toFixed(1)} of ${Math.min(Number(rating.optionsNumber) || 1, 6)} · ${stats.totalPeople} rated`);
+}
+
+function triviaSummary(item) {
+  const counts = state.trivia[item.question.id] ?? { right: 0, wrong: 0 };
+  return element('p', { class: 'summary', 'data-testid': `trivia-${item.question.id}` },
+    `${counts.right} right · ${counts.wrong} wrong · answer: ${item.correctAnswer}`);
+}
+
+// ---- items
+
+function card(kind, id, title, body, actions) {
+  return element('article', { class: `card ${kind}`, id: `item-${id}` },
+    element('header', {}, element('span', { class: 'kind' }, kind), element('span', { class: 'id' }, id)),
+    element('h3', {}, title), body,
+    element('div', { class: 'actions' }, ...actions));
+}
+
+function renderItems() {
+  const items = state.items;
+  const cards = [];
+  for (const [list, kind] of [['polls', 'poll'], ['predictions', 'prediction']]) {
+    for (const poll of items[list]) {
+      cards.push(card(kind, poll.id, poll.question, shareRows(pollShares(poll), 'vote'), [
+        element('button', { onclick: () => openInjector('poll', poll.id, poll.question) }, 'Inject'),
+        element('button', { onclick: () => closePoll(poll) }, 'Close'),
+        kind === 'prediction' ? element('button', { onclick: () => openSettler(poll) }, 'Settle') : null,
+        element('button', { onclick: () => openEditor('poll', poll) }, 'Edit'),
+      ]));
+    }
+  }
+  for (const rating of items.ratings) {
+    cards.push(card('rating', rating.id, rating.name, ratingSummary(rating), [
+      element('button', { onclick: () => openInjector('rating', rating.id, rating.name) }, 'Inject'),
+      element('button', { onclick: () => openEditor('rating', rating) }, 'Edit'),
+    ]));
+  }
+  for (const item of items.trivia) {
+    const question = item.question;
+    cards.push(card('trivia', question.id, question.question, triviaSummary(item), [
+      element('button', { onclick: () => openInjector('trivia', question.id, question.question) }, 'Inject'),
+      element('button', { onclick: () => openEditor('trivia', item) }, 'Edit'),
+    ]));
+  }
+  $('items').replaceChildren(...cards);
+}
+
+function clockTime(seconds) {
+  return `${Math.floor(seconds / 60)}:${String(seconds % 60).padStart(2, '0')}`;
+}
+
+function renderSchedule() {
+  const clocks = [...state.items.clocks].sort((a, b) => a.time - b.time);
+  const rows = clocks.map((entry) => element('li', {},
+    element('time', {}, clockTime(entry.time)),
+    ` ${entry.module} ${entry.id} · ${entry.timeToStay ?? 30} s${entry.isPause ? ' · pauses the video' : ''}`));
+  for (const injection of state.items.injections) {
+    const at = new Date(Number(injection.injection_timestamp) * 1000);
+    rows.push(element('li', {}, element('time', {}, at.toLocaleString()),
+      ` ${injection.module} ${injection.id}${injection.active ? '' : ' · inactive'}`));
+  }
+  $('schedule').replaceChildren(rows.length ? element('ol', { class: 'timeline' }, ...rows)
+    : element('p', { class: 'empty' }, 'Nothing scheduled.'));
+}
+
+function renderLeaderboard() {
+  const viewers = [...state.viewers].sort((a, b) => b.credits - a.credits || b.level - a.level);
+  $('leaderboard').replaceChildren(...viewers.slice(0, 20).map((viewer) =>
+    element('li', { 'data-testid': `viewer-${viewer.id}` },
+      element('span', { class: 'name' }, viewer.name || `Viewer ${viewer.id}`),
+      element('span', { class: 'level' }, `level ${viewer.level}`),
+      element('span', { class: 'points' }, `${viewer.credits} pts`))));
+}
+
+// ---- actions
+
+function openInjector(kind, id, title) {
+  state.injecting = { kind, id };
+  $('injector-title').textContent = `Inject ${kind} ${id}: ${title}`;
+  $('injector').showModal();
+}
+
+async function inject() {
+  const { kind, id } = state.injecting;
+  $('injector').close();
+  sent(`Inject ${kind} ${id}`, await api('/inject', {
+    channel: state.channel, kind, id, timeToStay: Number($('inject-time').value) || 30,
+    once_per_user: $('inject-once').checked, close_post_interaction: $('inject-close').checked,
+  }));
+}
+
+async function closePoll(poll) {
+  sent(`Close ${poll.id}`, await api('/stop-poll', { channel: state.channel, poll: poll.id }));
+}
+
+function openSettler(poll) {
+  state.settling = poll;
+  $('settler-title').textContent = `Settle ${poll.id}: ${poll.question}`;
+  $('settle-answer').replaceChildren(...poll.answers.map((a) => element('option', {}, a.answer)));
+  $('settler').showModal();
+}
+
+async function settle() {
+  const poll = state.settling;
+  $('settler').close();
+  const reply = sent(`Settle ${poll.id}`, await api('/settle', {
+    channel: state.channel, poll: poll.id, answer: $('settle-answer').value,
+    winAmount: Number($('settle-amount').value) || 0,
+  }));
+  if (reply.ok) {
+    note('sent', `${reply.data.winners.length} won, ${reply.data.losers} lost`, 'ok');
+    state.viewers = (await api('/viewers')).data;
+    renderLeaderboard();
+  }
+}
+
+// ---- editing
+
+const templates = {
+  poll: (questionType) => ({
+    name: 'new', id: `${questionType === 'poll' ? 'p' : 'pr'}${Date.now() % 100000}`, question: 'Your question?',
+    questionType, type: 'text', hideButtons: 0, image: '', time_limit: 30, viewType: 'percentage',
+    status: 'active', answers: ['Yes', 'No'].map((answer) => ({ answer, reward: '0', isRewardSent: false })),
+    prizes: [], expoints: '10',
+  }),
+  rating: () => ({ name: 'How was it?', id: `r${Date.now() % 100000}`, optionsNumber: '5', prizes: [] }),
+  trivia: () => ({
+    question: { id: `t${Date.now() % 100000}`, question: 'Your question?', answers: [{ answer: 'A' }, { answer: 'B' }],
+      category: 'General' },
+    correctAnswer: 'A', points: 10, expoints: 5,
+  }),
+};
+
+function openEditor(kind, document, isNew = false) {
+  state.editing = { kind, id: kind === 'trivia' ? document.question.id : document.id };
+  $('editor-title').textContent = `${isNew ? 'New' : 'Edit'} ${kind}`;
+  $('editor-text').value = JSON.stringify(document, null, 2);
+  $('editor-error').textContent = '';
+  $('editor-delete').hidden = isNew;
+  $('editor').showModal();
+}
+
+async function saveEdit() {
+  let document;
+  try {
+    document = JSON.parse($('editor-text').value);
+  } catch (error) {
+    $('editor-error').textContent = `Not JSON: ${error.message}`;
+    return;
+  }
+  const reply = await api('/items', { channel: state.channel, kind: state.editing.kind, document });
+  if (!reply.ok) {
+    $('editor-error').textContent = reply.data.error ?? `refused (${reply.status})`;
+    return;
+  }
+  $('editor').close();
+  note('sent', `Saved ${reply.data.kind} ${reply.data.id}`, 'ok');
+  await loadChannel();
+}
+
+async function deleteEdited() {
+  const reply = await api('/items/delete', { channel: state.channel, ...state.editing });
+  if (!reply.ok) {
+    $('editor-error').textContent = reply.data.error ?? `refused (${reply.status})`;
+    return;
+  }
+  $('editor').close();
+  note('sent', `Deleted ${state.editing.kind} ${state.editing.id}`, 'ok');
+  await loadChannel();
+}
+
+// ---- loading and the live feed
+
+async function loadChannel() {
+  const [items, totals, answers, viewers] = await Promise.all([
+    api(`/items?channel=${encodeURIComponent(state.channel)}`),
+    api(`/totals?channel=${encodeURIComponent(state.channel)}`),
+    api(`/answers?channel=${encodeURIComponent(state.channel)}`),
+    api('/viewers'),
+  ]);
+  state.items = items.data;
+  state.totals = totals.data;
+  state.viewers = viewers.data;
+  state.trivia = {};
+  for (const answer of answers.data) countTrivia(answer);
+  renderItems();
+  renderSchedule();
+  renderLeaderboard();
+}
+
+function countTrivia(answer) {
+  if (answer.kind !== 'trivia') return;
+  const counts = state.trivia[answer.item] ?? (state.trivia[answer.item] = { right: 0, wrong: 0 });
+  counts[answer.correct ? 'right' : 'wrong'] += 1;
+}
+
+function onAnswer(answer) {
+  const viewer = answer.viewer;
+  state.viewers = [...state.viewers.filter((v) => v.id !== viewer.id), viewer];
+  renderLeaderboard();
+  note('feed', `${viewer.name || `Viewer ${viewer.id}`} answered “${answer.answer}” to ${answer.kind} ${answer.item}`
+    + (answer.kind === 'trivia' ? (answer.correct ? ' (right)' : ' (wrong)') : ''));
+  if (answer.channel !== state.channel) return;
+  if (answer.kind === 'poll') state.totals.polls[answer.item] = answer.totals;
+  if (answer.kind === 'rating') state.totals.ratings[answer.item] = answer.totals;
+  countTrivia(answer);
+  renderItems();
+}
+
+function onAnalytics(report) {
+  for (const event of report.events) {
+    note('feed', `Viewer ${report.viewerId} · ${event.eventType ?? 'event'} · ${event.module}`
+      + (event.source_id ? ` ${event.source_id}` : ''), 'quiet');
+  }
+}
+
+function onAudience(audience) {
+  if (audience.channel === state.channel) $('audience').textContent = `${audience.viewers} watching`;
+}
+
+async function connectFeed() {
+  if (typeof Pusher === 'undefined') {
+    $('link').textContent = 'no live feed: pusher-js is missing (./scripts/setup, then rebuild)';
+    return;
+  }
+  const app = (await api('/realtime/app')).data;
+  const pusher = new Pusher(app.key, {
+    cluster: 'mt1', wsHost: location.hostname, wsPort: Number(location.port) || 80, forceTLS: false,
+    enabledTransports: ['ws'], enableStats: false,
+    channelAuthorization: { endpoint: '/admin/realtime/auth', transport: 'ajax', headers: auth },
+  });
+  pusher.connection.bind('state_change', ({ current }) => {
+    $('link').textContent = current === 'connected' ? 'live' : current;
+    $('link').className = `link ${current}`;
+  });
+  const feed = pusher.subscribe('private-vantora-console');
+  feed.bind('answer', onAnswer);
+  feed.bind('analytics', onAnalytics);
+  feed.bind('audience', onAudience);
+}
+
+async function start() {
+  const channels = await api('/channels');
+  if (!channels.ok) {
+    document.body.replaceChildren(element('p', { class: 'error page' },
+      channels.status === 401 ? 'This console wants the token vantora-devserver printed at start-up: open it with ?token=…'
+        : `The dev server refused: ${channels.data.error ?? channels.status}`));
+    return;
+  }
+  $('channel').replaceChildren(...channels.data.map((c) =>
+    element('option', { value: c.id }, `${c.name} (${c.broadcaster_id} · ${c.id})`)));
+  const audienceOf = (id) => channels.data.find((c) => c.id === id)?.subscribers ?? 0;
+  const choose = async () => {
+    state.channel = $('channel').value;
+    $('audience').textContent = `${audienceOf(state.channel)} watching`;
+    await loadChannel();
+  };
+  $('channel').addEventListener('change', choose);
+  $('push-totals').addEventListener('click', async () =>
+    sent('Push totals', await api('/streamer-info', { channel: state.channel })));
+  $('refresh').addEventListener('click', async () =>
+    sent('Refresh', await api('/refresh', { channel: state.channel })));
+  $('inject-go').addEventListener('click', inject);
+  $('settle-go').addEventListener('click', settle);
+  $('editor-save').addEventListener('click', saveEdit);
+  $('editor-delete').addEventListener('click', deleteEdited);
+  $('new-poll').addEventListener('click', () => openEditor('poll', templates.poll('poll'), true));
+  $('new-prediction').addEventListener('click', () => openEditor('poll', templates.poll('prediction'), true));
+  $('new-rating').addEventListener('click', () => openEditor('rating', templates.rating(), true));
+  $('new-trivia').addEventListener('click', () => openEditor('trivia', templates.trivia(), true));
+  await choose();
+  await connectFeed();
+  document.body.dataset.ready = 'true';
+}
+
+start();
