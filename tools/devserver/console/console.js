@@ -55,13 +55,18 @@ function pollShares(poll) {
   const total = Object.values(votes).reduce((sum, n) => sum + n, 0);
   return poll.answers.map((answer) => {
     const count = votes[answer.answer] ?? 0;
-    return { label: answer.answer, count, share: total ? count / total : 0 };
+    return { label: answer.answer, image: answer.image, count, share: total ? count / total : 0 };
   });
+}
+
+// A picture of the data folder's media, as the cards show it; nothing when there is none.
+function picture(file, className) {
+  return file ? element('img', { class: className, src: `/media/${file.replace(/^\//, '')}`, alt: '' }) : null;
 }
 
 function shareRows(rows, unit) {
   return element('ul', { class: 'shares' }, ...rows.map((row) => element('li', {},
-    element('span', { class: 'label' }, row.label),
+    element('span', { class: 'label' }, picture(row.image, 'icon'), row.label),
     element('span', { class: 'bar' }, element('span', { style: `width:${(row.share * 100).toFixed(1)}%` })),
     element('span', { class: 'figure', 'data-testid': `share-${row.label}` },
       `${Math.round(row.share * 100)}% · ${row.count} ${row.count === 1 ? unit : `${unit}s`}`))));
@@ -82,10 +87,18 @@ function triviaSummary(item) {
 
 // ---- items
 
-function card(kind, id, title, body, actions) {
+// The sponsor of an item's TV promotion, as the cards choose it: the first smartTV one.
+function sponsorOf(prizes) {
+  const promotion = (prizes ?? []).find((p) => p.clientType === 'smartTV');
+  return promotion ? element('p', { class: 'sponsor' }, picture(promotion.smart_tv_img, 'icon'),
+    `${promotion.viewType} promotion · ${promotion.sponsor?.name ?? promotion.name ?? 'sponsor'}`) : null;
+}
+
+function card(kind, id, title, body, actions, { image, prizes } = {}) {
   return element('article', { class: `card ${kind}`, id: `item-${id}` },
     element('header', {}, element('span', { class: 'kind' }, kind), element('span', { class: 'id' }, id)),
-    element('h3', {}, title), body,
+    element('div', { class: 'title' }, picture(image, 'cover'), element('h3', {}, title)), body,
+    sponsorOf(prizes),
     element('div', { class: 'actions' }, ...actions));
 }
 
@@ -99,21 +112,21 @@ function renderItems() {
         element('button', { onclick: () => closePoll(poll) }, 'Close'),
         kind === 'prediction' ? element('button', { onclick: () => openSettler(poll) }, 'Settle') : null,
         element('button', { onclick: () => openEditor('poll', poll) }, 'Edit'),
-      ]));
+      ], poll));
     }
   }
   for (const rating of items.ratings) {
     cards.push(card('rating', rating.id, rating.name, ratingSummary(rating), [
       element('button', { onclick: () => openInjector('rating', rating.id, rating.name) }, 'Inject'),
       element('button', { onclick: () => openEditor('rating', rating) }, 'Edit'),
-    ]));
+    ], { image: rating.icon, prizes: rating.prizes }));
   }
   for (const item of items.trivia) {
     const question = item.question;
     cards.push(card('trivia', question.id, question.question, triviaSummary(item), [
       element('button', { onclick: () => openInjector('trivia', question.id, question.question) }, 'Inject'),
       element('button', { onclick: () => openEditor('trivia', item) }, 'Edit'),
-    ]));
+    ], { prizes: question.prizes }));
   }
   $('items').replaceChildren(...cards);
 }
