@@ -125,6 +125,13 @@ async function main() {
     await page.waitForSelector('#item-p900', { timeout: 5000 });
     await page.screenshot({ path: path.join(shots, '2-authored.png') });
 
+    // Before it airs: the card the TV will show, drawn by the SDK's views.
+    await page.click('#item-p900 >> text=Preview');
+    await page.waitForFunction(() => document.getElementById('preview-image').naturalWidth === 1920,
+      null, { timeout: 10000 });
+    await page.screenshot({ path: path.join(shots, '3-preview.png') });
+    await page.keyboard.press('Escape');
+
     // The viewer tunes in; the console sees the audience grow.
     const viewer = start(tv, ['--offscreen', '--new-viewer', '--script', writeScript()],
       { ...server.env, XDG_CONFIG_HOME: path.join(scratch, 'config') }, /mark ready/);
@@ -143,7 +150,7 @@ async function main() {
     await page.waitForSelector('[data-testid="share-The header"]:has-text("100% · 1 vote")', { timeout: 1000 });
     console.log(`the vote reached the console ${Date.now() - voted} ms after the viewer saw its reply`);
     assert.equal(await page.textContent('[data-testid="share-The volley"]'), '0% · 0 votes');
-    await page.screenshot({ path: path.join(shots, '3-vote-arrived.png') });
+    await page.screenshot({ path: path.join(shots, '4-vote-arrived.png') });
 
     // A prediction, voted by the viewer, settled by the producer: the winner tops the leaderboard.
     await page.click('#item-pr200 >> text=Inject');
@@ -158,9 +165,9 @@ async function main() {
     const leader = await page.textContent('#leaderboard li:first-child .points');
     assert.equal(leader, '80 pts'); // 10 + 20 from the levels the votes reached (40 + 20 experience), 50 from the win
     await viewer.child.waitFor(/mark saw-the-win/, 30000);
-    await page.screenshot({ path: path.join(shots, '4-settled.png') });
+    await page.screenshot({ path: path.join(shots, '5-settled.png') });
     await page.setViewportSize({ width: 1920, height: 1080 });
-    await page.screenshot({ path: path.join(shots, '5-studio-screen.png') });
+    await page.screenshot({ path: path.join(shots, '6-studio-screen.png') });
 
     // Off loopback, the console wants the token the server printed.
     const open = await startServer(['--host', '0.0.0.0']);

@@ -10,8 +10,11 @@
 #include <QHttpServerRequest>
 #include <QHttpServerResponder>
 #include <QMimeDatabase>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QTcpSocket>
+#include <QTemporaryFile>
+#include <QTimer>
 #include <QWebSocket>
 
 using namespace Qt::Literals::StringLiterals;
@@ -119,6 +122,15 @@ bool DevServer::handleRequest(const QHttpServerRequest &request, QTcpSocket *soc
     if (isWebSocketUpgrade(request))
         return request.url().path().startsWith("/app/"_L1);
 
+    if (request.url().path() == "/admin/preview"_L1 && authorized(request)) {
+        HttpReply refusal;
+        if (startPreview(request.query(), makeResponder(request, socket), refusal))
+            return true;
+        makeResponder(request, socket)
+            .write(refusal.body, {{"Content-Type", refusal.contentType}},
+                   static_cast<QHttpServerResponder::StatusCode>(refusal.status));
+        return true;
+    }
     const HttpReply reply = dispatch(request);
     makeResponder(request, socket)
         .write(reply.body, {{"Content-Type", reply.contentType}},
@@ -197,6 +209,63 @@ bool DevServer::authorized(const QHttpServerRequest &request) const
         ? bearer.sliced(7)
         : request.query().queryItemValue(u"token"_s, QUrl::FullyDecoded).toUtf8();
     return equalInConstantTime(given, m_options.adminToken);
+}
+
+bool DevServer::startPreview(const QUrlQuery &query, QHttpServerResponder &&responder,
+                             HttpReply &reply)
+{
+    const QString kind = query.queryItemValue(u"kind"_s);
+    const QString id = query.queryItemValue(u"id"_s);
+    QByteArray document;
+    if (kind == "trivia"_L1) {
+        if (const TriviaItem *item = m_content.trivia(id))
+            document = Json::encode(item->question);
+    } else if (const StreamerInfo *channel =
+                   m_content.channel(query.queryItemValue(u"channel"_s))) {
+        if (kind == "poll"_L1) {
+            if (const Poll *poll = m_content.poll(*channel, id))
+                document = Json::encode(*poll);
+        } else if (kind == "rating"_L1) {
+            if (const Rating *rating = m_content.rating(*channel, id))
+                document = Json::encode(*rating);
+        }
+    }
+    if (document.isEmpty()) {
+        reply = HttpReply::error(404, u"no "_s + kind + u' ' + id + u" to preview"_s);
+        return false;
+    }
+    if (m_options.previewHelper.isEmpty() || !QFileInfo(m_options.previewHelper).isExecutable()) {
+        reply = HttpReply::error(501, u"previews need vantora-screenshots beside the server"_s);
+        return false;
+    }
+
+    // The card takes a second or two to draw: the server goes on serving meanwhile.
+    auto *helper = new QProcess(this);
+    auto out =
+        std::make_shared<QTemporaryFile>(QDir::temp().filePath(u"vantora-preview-XXXXXX.png"_s));
+    out->open();
+    auto answer = std::make_shared<QHttpServerResponder>(std::move(responder));
+    connect(helper, &QProcess::finished, this,
+            [helper, out, answer](int code, QProcess::ExitStatus status) {
+                helper->deleteLater();
+                const QByteArray png = out->readAll();
+                if (status != QProcess::NormalExit || code != 0 || png.isEmpty()) {
+                    const HttpReply failed = HttpReply::error(
+                        500,
+                        u"the preview could not be drawn: "_s
+                            + QString::fromUtf8(helper->readAllStandardError()).trimmed());
+                    answer->write(failed.body, failed.contentType,
+                                  QHttpServerResponder::StatusCode::InternalServerError);
+                    return;
+                }
+                answer->write(png, "image/png");
+            });
+    helper->start(m_options.previewHelper,
+                  {u"--preview"_s, kind, m_content.mediaFolder(), out->fileName()});
+    helper->write(document);
+    helper->closeWriteChannel();
+    QTimer::singleShot(30000, helper, [helper] { helper->kill(); });
+    return true;
 }
 
 HttpReply DevServer::serveConsole(const QString &file) const

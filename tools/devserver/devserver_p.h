@@ -20,6 +20,9 @@
 //   /app/<key>  (websocket)         the Pusher protocol (pusherhub_p.h)
 //   POST /apps/<id>/events          the Pusher trigger API (trigger_p.h)
 //   /admin/...                      the broadcaster's operations (admin_p.h)
+//   GET /admin/preview?channel=<id>&kind=<poll|rating|trivia>&id=<item>
+//                                   the item's card as the viewer will see it (PNG, 1920x1080),
+//                                   drawn by the SDK's own views in a helper process
 //   GET /console/                   the broadcaster's console, a page on those operations
 
 namespace Vantora::DevServer {
@@ -35,6 +38,8 @@ struct ServerOptions
     /// When set, /admin/ answers only requests that carry it, as "Authorization: Bearer <token>"
     /// or a "token" query parameter (for pages opened from a link).
     QByteArray adminToken;
+    /// The program that draws an item's card for GET /admin/preview (vantora-screenshots).
+    QString previewHelper;
     /// Seconds since 1970; replaced by tests that need another clock.
     std::function<qint64()> now;
 };
@@ -62,6 +67,8 @@ private:
     HttpReply serveMedia(const QString &relativePath) const;
     HttpReply serveConsole(const QString &file) const;
     bool authorized(const QHttpServerRequest &request) const;
+    /// Draws the card in a helper process and answers when it is done; false: `reply` says why not.
+    bool startPreview(const QUrlQuery &query, QHttpServerResponder &&responder, HttpReply &reply);
 
     ServerOptions m_options;
     Content m_content;

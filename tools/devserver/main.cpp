@@ -8,6 +8,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QRandomGenerator>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -46,6 +47,18 @@ QString demoFolder()
     if (installed.exists(u"channels"_s))
         return installed.canonicalPath();
     return QStringLiteral(VANTORA_DEVSERVER_DEMO_DIR);
+}
+
+// Installed, the helper stands beside the server; in a build tree, where the build put it.
+QString previewHelper()
+{
+    const QString beside =
+        QDir(QCoreApplication::applicationDirPath()).filePath(u"vantora-screenshots"_s);
+#ifdef VANTORA_PREVIEW_HELPER
+    if (!QFileInfo::exists(beside))
+        return QStringLiteral(VANTORA_PREVIEW_HELPER);
+#endif
+    return beside;
 }
 
 } // namespace
@@ -96,7 +109,12 @@ int main(int argc, char *argv[])
                                   u"Seconds to wait for the pong before closing with 4201 "
                                   "(default 30; fractions allowed)."_s,
                                   u"seconds"_s, u"30"_s);
-    parser.addOptions({host, port, data, database, appId, appKey, appSecret, activity, pong});
+    const QCommandLineOption preview(u"preview-helper"_s,
+                                     u"The program that draws the console's previews of cards "
+                                     "(default: vantora-screenshots beside this program)."_s,
+                                     u"program"_s, previewHelper());
+    parser.addOptions(
+        {host, port, data, database, appId, appKey, appSecret, activity, pong, preview});
     parser.process(app);
 
     const auto fail = [](const QString &message) {
@@ -128,6 +146,7 @@ int main(int argc, char *argv[])
     if (!ok || pongSeconds <= 0 || pongSeconds > 3600)
         return fail(u"--pong-timeout: expected seconds above 0"_s);
     options.timing.pongTimeoutMs = int(pongSeconds * 1000);
+    options.previewHelper = parser.value(preview);
     // Anyone on the network could run the show or read the viewers: off loopback, /admin wants a
     // token that only the person who started the server sees.
     if (!address.isLoopback()) {

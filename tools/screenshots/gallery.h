@@ -39,3 +39,4 @@ bool cardScenes(Gallery &gallery);
 bool triviaPollScenes(Gallery &gallery);
 bool ratingNoticeScenes(Gallery &gallery);
 bool extremeScenes(const QString &folder);
+bool previewItem(const QString &kind, const QString &mediaFolder, const QString &out);

@@ -3,6 +3,7 @@
 //
 //   vantora-screenshots <folder>             every view in each of its states, at 1080p
 //   vantora-screenshots --extreme <folder>   the cards with extreme content at 720p, 1080p, 2160p
+//   vantora-screenshots --preview <kind> <media folder> <out.png>   one item from standard input
 
 #include "gallery.h"
 
@@ -130,9 +131,17 @@ int main(int argc, char *argv[])
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
+    if (argc == 5 && qstrcmp(argv[1], "--preview") == 0)
+        return previewItem(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]),
+                           QString::fromLocal8Bit(argv[4]))
+            ? 0
+            : 1;
     const bool extreme = argc == 3 && qstrcmp(argv[1], "--extreme") == 0;
     if (argc != 2 && !extreme) {
-        std::fprintf(stderr, "usage: vantora-screenshots [--extreme] <folder>\n");
+        std::fprintf(stderr,
+                     "usage: vantora-screenshots [--extreme] <folder>\n"
+                     "       vantora-screenshots --preview <poll|rating|trivia> <media "
+                     "folder> <out.png>  < item.json\n");
         return 2;
     }
     const char *folder = argv[argc - 1];

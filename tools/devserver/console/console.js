@@ -112,6 +112,7 @@ function renderItems() {
         element('button', { onclick: () => closePoll(poll) }, 'Close'),
         kind === 'prediction' ? element('button', { onclick: () => openSettler(poll) }, 'Settle') : null,
         element('button', { onclick: () => openEditor('poll', poll) }, 'Edit'),
+        element('button', { onclick: () => openPreview('poll', poll.id) }, 'Preview'),
       ], poll));
     }
   }
@@ -119,6 +120,7 @@ function renderItems() {
     cards.push(card('rating', rating.id, rating.name, ratingSummary(rating), [
       element('button', { onclick: () => openInjector('rating', rating.id, rating.name) }, 'Inject'),
       element('button', { onclick: () => openEditor('rating', rating) }, 'Edit'),
+      element('button', { onclick: () => openPreview('rating', rating.id) }, 'Preview'),
     ], { image: rating.icon, prizes: rating.prizes }));
   }
   for (const item of items.trivia) {
@@ -126,6 +128,7 @@ function renderItems() {
     cards.push(card('trivia', question.id, question.question, triviaSummary(item), [
       element('button', { onclick: () => openInjector('trivia', question.id, question.question) }, 'Inject'),
       element('button', { onclick: () => openEditor('trivia', item) }, 'Edit'),
+      element('button', { onclick: () => openPreview('trivia', question.id) }, 'Preview'),
     ], { prizes: question.prizes }));
   }
   $('items').replaceChildren(...cards);
@@ -198,6 +201,16 @@ async function settle() {
     state.viewers = (await api('/viewers')).data;
     renderLeaderboard();
   }
+}
+
+// The card as the TV will show it, drawn by the SDK's own views on the server.
+function openPreview(kind, id) {
+  const query = new URLSearchParams({ channel: state.channel, kind, id, ...(token ? { token } : {}) });
+  $('preview-title').textContent = `Preview of ${kind} ${id}, as a viewer will see it`;
+  $('preview-error').textContent = '';
+  $('preview-image').onerror = () => { $('preview-error').textContent = 'The preview could not be drawn.'; };
+  $('preview-image').src = `/admin/preview?${query}`;
+  $('preview').showModal();
 }
 
 // ---- editing
