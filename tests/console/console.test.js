@@ -94,11 +94,6 @@ const viewerScript = `
 async function main() {
   const server = await startServer();
   const origin = `http://127.0.0.1:${server.port}`;
-  // Nothing by the clock tonight: the producer clears the channel's clock entries first.
-  const cleared = await fetch(`${origin}/admin/items`, { method: 'POST',
-    body: JSON.stringify({ channel: '1001', kind: 'clocks', document: [] }) });
-  assert.equal(cleared.status, 200);
-
   const browser = await chromium.launch({ executablePath: browserPath, args: ['--no-sandbox'] });
   try {
     const page = await browser.newPage({ viewport: { width: 1366, height: 768 } });
@@ -106,6 +101,13 @@ async function main() {
     await page.goto(`${origin}/console/`);
     await page.waitForSelector('body[data-ready]', { timeout: 10000 });
     await page.waitForSelector('.link.connected', { timeout: 10000 });
+
+    // Nothing by the clock tonight: the producer clears the channel's clock entries.
+    await page.click('#edit-clocks');
+    await page.fill('#editor-text', '[]');
+    await page.click('#editor-save');
+    await page.waitForFunction(() => !document.getElementById('schedule').textContent.includes('quiz t400'),
+      null, { timeout: 5000 });
 
     // A refused edit: the decoder's reason, and nothing saved.
     await page.click('#new-poll');

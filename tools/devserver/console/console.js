@@ -231,11 +231,11 @@ const templates = {
 };
 
 function openEditor(kind, document, isNew = false) {
-  state.editing = { kind, id: kind === 'trivia' ? document.question.id : document.id };
+  state.editing = { kind, id: kind === 'trivia' ? document.question.id : (document.id ?? '') };
   $('editor-title').textContent = `${isNew ? 'New' : 'Edit'} ${kind}`;
   $('editor-text').value = JSON.stringify(document, null, 2);
   $('editor-error').textContent = '';
-  $('editor-delete').hidden = isNew;
+  $('editor-delete').hidden = isNew || Array.isArray(document);
   $('editor').showModal();
 }
 
@@ -367,6 +367,10 @@ async function start() {
   $('new-prediction').addEventListener('click', () => openEditor('poll', templates.poll('prediction'), true));
   $('new-rating').addEventListener('click', () => openEditor('rating', templates.rating(), true));
   $('new-trivia').addEventListener('click', () => openEditor('trivia', templates.trivia(), true));
+  // The schedule is saved whole: the clock entries (seconds into the video) and the injections
+  // (seconds since 1970).
+  $('edit-clocks').addEventListener('click', () => openEditor('clocks', state.items.clocks));
+  $('edit-injections').addEventListener('click', () => openEditor('injections', state.items.injections));
   await choose();
   await connectFeed();
   document.body.dataset.ready = 'true';
