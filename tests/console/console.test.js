@@ -27,6 +27,7 @@ if (!fs.existsSync(browserPath)) {
 }
 
 const [devserver, tv, shots] = process.argv.slice(2);
+const devserverData = path.join(__dirname, '../../tools/devserver/demo');
 const scratch = fs.mkdtempSync(path.join(os.tmpdir(), 'vantora-console-'));
 fs.mkdirSync(shots, { recursive: true });
 const children = [];
@@ -117,14 +118,20 @@ async function main() {
     await page.screenshot({ path: path.join(shots, '1-refused-edit.png') });
     await page.keyboard.press('Escape');
 
-    // Authoring: a new poll from the template, its question and answers changed.
+    // Authoring: a new poll from the template, its question and answers changed, with a picture
+    // the producer uploads.
     await page.click('#new-poll');
+    await page.setInputFiles('#editor-upload', path.join(devserverData, 'media/polls/espresso.png'));
+    await page.waitForSelector('#editor-uploaded:has-text("uploads/espresso.png")', { timeout: 5000 });
     const template = JSON.parse(await page.inputValue('#editor-text'));
-    Object.assign(template, { id: 'p900', question: 'Goal of the night?', expoints: '40' });
+    Object.assign(template, { id: 'p900', question: 'Goal of the night?', expoints: '40',
+      image: 'uploads/espresso.png' });
     template.answers = ['The header', 'The volley'].map((answer) => ({ answer, reward: '0', isRewardSent: false }));
     await page.fill('#editor-text', JSON.stringify(template, null, 2));
     await page.click('#editor-save');
     await page.waitForSelector('#item-p900', { timeout: 5000 });
+    await page.waitForFunction(() => document.querySelector('#item-p900 img.cover')?.naturalWidth > 0,
+      null, { timeout: 5000 });
     await page.screenshot({ path: path.join(shots, '2-authored.png') });
 
     // Before it airs: the card the TV will show, drawn by the SDK's views.

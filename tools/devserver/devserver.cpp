@@ -1,5 +1,6 @@
 #include "devserver_p.h"
 
+#include "multipart_p.h"
 #include "trigger_p.h"
 #include "vantora/records/jsoncodec_p.h"
 
@@ -9,9 +10,12 @@
 #include <QFileInfo>
 #include <QHttpServerRequest>
 #include <QHttpServerResponder>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMimeDatabase>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QSaveFile>
 #include <QTcpSocket>
 #include <QTemporaryFile>
 #include <QTimer>
@@ -75,6 +79,10 @@ Result<std::unique_ptr<DevServer>, QString> DevServer::create(ServerOptions opti
         if (auto applied = content.value().apply(edit); !applied)
             qWarning().noquote() << "vantora-devserver: an edit of" << edit.kind << edit.id
                                  << "no longer applies:" << applied.error();
+    }
+    if (options.uploadsFolder.isEmpty()) {
+        const QFileInfo database(options.databaseFile);
+        options.uploadsFolder = database.dir().filePath(database.completeBaseName() + u"-media"_s);
     }
     if (!options.now)
         options.now = [] {
@@ -155,6 +163,9 @@ HttpReply DevServer::dispatch(const QHttpServerRequest &request)
                                  request.body());
     }
     if (path.startsWith("/admin/"_L1)) {
+        if (authorized(request) && path == "/admin/media"_L1)
+            return method == "POST" ? upload(request)
+                                    : HttpReply::error(405, u"/admin/media takes POST"_s);
         if (!authorized(request))
             return HttpReply::error(401,
                                     u"the admin API wants the token the server printed at "
@@ -268,6 +279,52 @@ bool DevServer::startPreview(const QUrlQuery &query, QHttpServerResponder &&resp
     return true;
 }
 
+HttpReply DevServer::upload(const QHttpServerRequest &request)
+{
+    constexpr qsizetype maxBytes = 2 * 1024 * 1024;
+    auto boundary = multipartBoundary(header(request, "content-type"));
+    if (!boundary)
+        return HttpReply::error(400, boundary.error());
+    auto fields = parseMultipart(request.body(), boundary.value());
+    if (!fields)
+        return HttpReply::error(400, fields.error());
+    const auto file = std::find_if(fields.value().cbegin(), fields.value().cend(),
+                                   [](const FormField &field) { return field.name == "file"; });
+    if (file == fields.value().cend() || !file->filename)
+        return HttpReply::error(400, u"expected a \"file\" field with a file name"_s);
+    if (file->value.size() > maxBytes)
+        return HttpReply::error(413, u"a picture may have 2 MB at most"_s);
+    // The bytes decide what it is, whatever its name or declared type says.
+    const QByteArray &bytes = file->value;
+    QString suffix;
+    if (bytes.startsWith("\x89PNG\r\n\x1a\n"))
+        suffix = u"png"_s;
+    else if (bytes.startsWith("\xff\xd8\xff"))
+        suffix = u"jpg"_s;
+    else if (bytes.startsWith("GIF87a") || bytes.startsWith("GIF89a"))
+        suffix = u"gif"_s;
+    else if (bytes.startsWith("RIFF") && bytes.mid(8, 4) == "WEBP")
+        suffix = u"webp"_s;
+    else
+        return HttpReply::error(415, u"not a PNG, JPEG, GIF or WebP picture"_s);
+    // A plain name of its own: no folders, nothing hidden, the suffix its bytes call for.
+    QString name = QFileInfo(QString::fromUtf8(*file->filename)).completeBaseName();
+    name.replace(QRegularExpression(u"[^A-Za-z0-9_-]+"_s), u"-"_s);
+    name = name.left(80);
+    if (name.isEmpty() || name.startsWith(u'-'))
+        name.prepend(u"picture"_s);
+    name += u'.' + suffix;
+    if (!QDir().mkpath(m_options.uploadsFolder))
+        return HttpReply::error(500, u"cannot create "_s + m_options.uploadsFolder);
+    QSaveFile saved(QDir(m_options.uploadsFolder).filePath(name));
+    if (!saved.open(QIODevice::WriteOnly) || saved.write(bytes) != bytes.size() || !saved.commit())
+        return HttpReply::error(500, u"cannot store "_s + name + u": "_s + saved.errorString());
+    return {
+        200,
+        QJsonDocument(QJsonObject{{u"path"_s, u"uploads/"_s + name}, {u"bytes"_s, bytes.size()}})
+            .toJson(QJsonDocument::Compact)};
+}
+
 HttpReply DevServer::serveConsole(const QString &file) const
 {
     static const QHash<QString, QByteArray> types{{u"html"_s, "text/html; charset=utf-8"},
@@ -286,7 +343,9 @@ HttpReply DevServer::serveMedia(const QString &relativePath) const
     if (cleaned.isEmpty() || cleaned.startsWith(u'/') || cleaned == ".."_L1
         || cleaned.startsWith("../"_L1))
         return HttpReply::error(404, u"no media "_s + relativePath);
-    const QString file = QDir(m_content.mediaFolder()).filePath(cleaned);
+    const QString file = cleaned.startsWith("uploads/"_L1)
+        ? QDir(m_options.uploadsFolder).filePath(cleaned.sliced(8))
+        : QDir(m_content.mediaFolder()).filePath(cleaned);
     QFile media(file);
     if (!QFileInfo(file).isFile() || !media.open(QIODevice::ReadOnly))
         return HttpReply::error(404, u"no media "_s + relativePath);

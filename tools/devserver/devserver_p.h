@@ -23,6 +23,8 @@
 //   GET /admin/preview?channel=<id>&kind=<poll|rating|trivia>&id=<item>
 //                                   the item's card as the viewer will see it (PNG, 1920x1080),
 //                                   drawn by the SDK's own views in a helper process
+//   POST /admin/media               a picture for the items (multipart, one "file" field): PNG,
+//                                   JPEG, GIF or WebP, at most 2 MB; -> {"path": "uploads/<name>"}
 //   GET /console/                   the broadcaster's console, a page on those operations
 
 namespace Vantora::DevServer {
@@ -40,6 +42,9 @@ struct ServerOptions
     QByteArray adminToken;
     /// The program that draws an item's card for GET /admin/preview (vantora-screenshots).
     QString previewHelper;
+    /// Where uploaded pictures go (served as /media/uploads/<name>); by default a folder beside
+    /// the database, so that the data folder is never written.
+    QString uploadsFolder;
     /// Seconds since 1970; replaced by tests that need another clock.
     std::function<qint64()> now;
 };
@@ -66,6 +71,7 @@ private:
     HttpReply dispatch(const QHttpServerRequest &request);
     HttpReply serveMedia(const QString &relativePath) const;
     HttpReply serveConsole(const QString &file) const;
+    HttpReply upload(const QHttpServerRequest &request);
     bool authorized(const QHttpServerRequest &request) const;
     /// Draws the card in a helper process and answers when it is done; false: `reply` says why not.
     bool startPreview(const QUrlQuery &query, QHttpServerResponder &&responder, HttpReply &reply);

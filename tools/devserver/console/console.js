@@ -235,8 +235,22 @@ function openEditor(kind, document, isNew = false) {
   $('editor-title').textContent = `${isNew ? 'New' : 'Edit'} ${kind}`;
   $('editor-text').value = JSON.stringify(document, null, 2);
   $('editor-error').textContent = '';
+  $('editor-uploaded').textContent = '';
+  $('editor-upload').value = '';
   $('editor-delete').hidden = isNew || Array.isArray(document);
   $('editor').showModal();
+}
+
+// A picture for the item: stored by the server beside its database, named by the path it gives.
+async function uploadPicture() {
+  const file = $('editor-upload').files[0];
+  if (!file) return;
+  const form = new FormData();
+  form.append('file', file);
+  const reply = await fetch('/admin/media', { method: 'POST', headers: auth, body: form });
+  const data = await reply.json().catch(() => ({}));
+  $('editor-uploaded').textContent = reply.ok ? `Uploaded: use "${data.path}" as the image's path`
+    : `Not uploaded: ${data.error ?? reply.status}`;
 }
 
 async function saveEdit() {
@@ -363,6 +377,7 @@ async function start() {
   $('settle-go').addEventListener('click', settle);
   $('editor-save').addEventListener('click', saveEdit);
   $('editor-delete').addEventListener('click', deleteEdited);
+  $('editor-upload').addEventListener('change', uploadPicture);
   $('new-poll').addEventListener('click', () => openEditor('poll', templates.poll('poll'), true));
   $('new-prediction').addEventListener('click', () => openEditor('poll', templates.poll('prediction'), true));
   $('new-rating').addEventListener('click', () => openEditor('rating', templates.rating(), true));
