@@ -3,24 +3,14 @@
 // An overlay on a shown 1080p window, in virtual time, against an in-memory backend that records
 // every request, with a host delegate that writes down what the overlay asked of it.
 
-#include "memorytransport.h"
 #include "servicetest.h"
-#include "testsupport.h"
 #include "vantora/overlay/overlaycontroller_p.h"
 #include "vantora/records/jsoncodec_p.h"
-#include "vantora/service/vtaservicemanager_p.h"
-#include "vantora/toolkit/virtualtimescheduler_p.h"
 #include <vantora/views/interactionview/vtainteractionview.h>
 #include <vantora/views/notice/vtanotice.h>
 
-#include <vantora/overlay/vtaoverlayview.h>
-
 #include <QQuickWindow>
 #include <QSettings>
-
-#include <gtest/gtest.h>
-
-#include <memory>
 
 class RecordingHost : public VTAOverlayDelegate
 {
@@ -32,20 +22,19 @@ public:
     void overlayReleasedFocus() override { calls.append(QStringLiteral("release")); }
 };
 
-namespace OverlayTesting {
-
 // Keeps the realtime client off the network: it is refused on the loopback at once.
 [[maybe_unused]] inline const bool realtimeOnLoopback =
     qputenv("VANTORA_REALTIME_URL", "ws://127.0.0.1:9");
 
 using namespace Vantora;
+using namespace Vantora::TestSupport;
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 inline Poll poll(const QString &id, const QString &questionType = u"poll"_s)
 {
     Poll poll;
-    poll.id = id;
-    poll.name = id;
+    poll.id = poll.name = id;
     poll.question = u"Who scores next?"_s;
     poll.questionType = questionType;
     poll.status = u"active"_s;
@@ -58,7 +47,6 @@ inline Rating rating(const QString &id)
     Rating rating;
     rating.id = id;
     rating.name = u"How was the half?"_s;
-    rating.icon = u"https://media.example.com/star.png"_s;
     rating.optionsNumber = u"5"_s;
     rating.averageRate = 3.5;
     rating.totalPeople = 4;
@@ -66,8 +54,8 @@ inline Rating rating(const QString &id)
     return rating;
 }
 
-inline Clock clock(const QString &id, const QString &module, qint64 time, bool pause = false,
-                   const QString &timeToStay = u"20"_s)
+inline Clock clockEntry(const QString &id, const QString &module, qint64 time, bool pause = false,
+                        const QString &timeToStay = u"20"_s)
 {
     Clock entry;
     entry.id.value = id;
@@ -84,8 +72,6 @@ inline Clock clock(const QString &id, const QString &module, qint64 time, bool p
 inline StreamerInfo channel()
 {
     StreamerInfo info;
-    info.name = u"Channel one"_s;
-    info.broadcaster_id = u"bc"_s;
     info.id = u"ch1"_s;
     info.polls = QList<Poll>{poll(u"p1"_s), poll(u"p2"_s)};
     info.predictions = QList<Poll>{poll(u"pr1"_s, u"prediction"_s)};
@@ -99,22 +85,18 @@ inline Trivia trivia(const QString &id)
     trivia.question.id = id;
     trivia.question.question = u"Which club won the first European Cup?"_s;
     trivia.question.answers = {{u"Real Madrid"_s, {}}, {u"Benfica"_s, {}}};
-    trivia.question.category = u"History"_s;
     return trivia;
 }
 
 inline User user(const QString &token = u"tok-1"_s)
 {
     User user;
-    user.name = u"Dana"_s;
     user.token = token;
     user.level = 3;
     user.amount_of_credits_won = 100;
     user.expirience_points = 20;
     return user;
 }
-
-} // namespace OverlayTesting
 
 class OverlayTest : public testing::Test
 {
@@ -123,68 +105,45 @@ protected:
 
     OverlayTest()
     {
-        using namespace OverlayTesting;
-        using namespace Qt::Literals::StringLiterals;
-        auto transport = std::make_unique<Vantora::TestSupport::MemoryTransport>();
-        backend = transport.get();
-        Vantora::VTAServiceManager::shared().setTransport(std::move(transport));
+        VTAServiceManager::shared().setTransport(
+            std::unique_ptr<Transport>(backend = new MemoryTransport));
         answer(channelList, R"([{"channel":"ch1","additionalPageSettings":"","urlB64":""}])");
-        answer("/userApi/user/register", Vantora::Json::encode(user(u"tok-new"_s)));
-        answer("/userApi/user/login_by_token", Vantora::Json::encode(user()));
-        answer("/userApi/streamer/getInfo", Vantora::Json::encode(channel()));
+        answer("/userApi/user/register", Json::encode(user(u"tok-new"_s)));
+        answer("/userApi/user/login_by_token", Json::encode(user()));
+        answer("/userApi/streamer/getInfo", Json::encode(channel()));
         answer("/userApi/analytics/add", R"({"status":"ok"})");
-        answer("/star.png", "");
         answer("/", ""); // an item without a picture asks for the media root
-        answerReply("/userApi/poll/answer_new/", "p1", 10, 5, "4");
-        window.resize(1920, 1080);
+        answerReply("/userApi/poll/answer_new/", "p1",
+                    R"("expoints_given":10,"giftPointsGiven":5,"userLevel":{"level":"4"})");
         overlay = new VTAOverlayView(window.contentItem());
         overlay->setSize({1920, 1080});
-        controller = Vantora::OverlayController::of(overlay);
+        controller = OverlayController::of(overlay);
         window.show();
     }
 
-    void answer(const char *path, const QByteArray &body, int status = 200)
+    void answer(const QByteArray &path, const QByteArray &body, int status = 200)
     {
         backend->answer(QString::fromLatin1(path), {status, body, {}});
     }
 
-    // A poll or rating reply that counts the answer, with the points it gives.
-    void answerReply(const char *path, const char *id, double expoints, std::optional<double> gift,
-                     const char *level)
+    // A reply to a vote for poll or rating `id` that counts it; `members` give points and level.
+    void answerReply(const QByteArray &path, const QByteArray &id, const QByteArray &members)
     {
-        using namespace Qt::Literals::StringLiterals;
-        QJsonObject data{{u"userId"_s, u"u1"_s},
-                         {u"questionId"_s, QString::fromLatin1(id)},
-                         {u"ratingId"_s, QString::fromLatin1(id)},
-                         {u"answer"_s,
-                          QString::fromLatin1(path).contains(u"rating"_s) ? QJsonValue(4)
-                                                                          : QJsonValue(u"Home"_s)},
-                         {u"channelId"_s, u"ch1"_s},
-                         {u"isAnswered"_s, true},
-                         {u"expoints_given"_s, expoints}};
-        if (gift)
-            data.insert(u"giftPointsGiven"_s, *gift);
-        if (level)
-            data.insert(u"userLevel"_s, QJsonObject{{u"level"_s, QString::fromLatin1(level)}});
-        backend->answer(QString::fromLatin1(path) + QString::fromLatin1(id),
-                        {200, QJsonDocument(QJsonObject{{u"answer"_s, data}}).toJson(), {}});
+        const QByteArray vote = path.contains("rating") ? "4" : R"("Home")";
+        answer(path + id,
+               R"({"answer":{"userId":"u1","questionId":")" + id + R"(","ratingId":")" + id
+                   + R"(","answer":)" + vote + R"(,"channelId":"ch1","isAnswered":true,)" + members
+                   + "}}");
     }
 
-    void storeToken(const QString &token)
-    {
-        QSettings settings;
-        settings.setValue(QStringLiteral("userToken"), token);
-        settings.sync();
-    }
+    void storeToken(const QString &token) { QSettings().setValue(u"userToken"_s, token); }
 
     // Loads channel ch1 of broadcaster bc and lets start-up run (not the 2 s catch-up).
     void load()
     {
-        overlay->load(QStringLiteral("ch1"), QStringLiteral("bc"),
-                      VTAEnvironment(QStringLiteral("https://api.example.com/userApi"),
-                                     QStringLiteral("https://media.example.com"),
-                                     QStringLiteral("k"), QStringLiteral("us2"),
-                                     QStringLiteral("test3")),
+        overlay->load(u"ch1"_s, u"bc"_s,
+                      VTAEnvironment(u"https://api.example.com/userApi"_s,
+                                     u"https://media.example.com"_s, u"k"_s, u"us2"_s, u"test3"_s),
                       &host);
         clock.runPending();
     }
@@ -193,10 +152,9 @@ protected:
     QStringList paths() const
     {
         QStringList paths;
-        for (const Vantora::HttpRequest &request : backend->requests()) {
-            if (request.url.path() != QLatin1String("/userApi/analytics/add"))
-                paths.append(request.url.path());
-        }
+        for (const HttpRequest &request : backend->requests())
+            paths.append(request.url.path());
+        paths.removeAll(u"/userApi/analytics/add"_s);
         return paths;
     }
 
@@ -204,18 +162,15 @@ protected:
     QStringList reports() const
     {
         QStringList reports;
-        for (const Vantora::HttpRequest &request : backend->requests()) {
-            if (request.url.path() != QLatin1String("/userApi/analytics/add"))
+        for (const HttpRequest &request : backend->requests()) {
+            if (request.url.path() != u"/userApi/analytics/add"_s)
                 continue;
-            const QJsonObject event =
-                requestField(request)[QStringLiteral("data")][QStringLiteral("events")][0]
-                    .toObject();
+            const QJsonObject event = requestField(request)["data"_L1]["events"_L1][0].toObject();
             QStringList parts;
             for (const char *key :
                  {"eventType", "module", "source", "source_id", "injection_timestamp"}) {
                 const QJsonValue value = event[QLatin1String(key)];
-                parts.append(value.isUndefined() ? QStringLiteral("-")
-                                                 : value.toVariant().toString());
+                parts.append(value.isUndefined() ? u"-"_s : value.toVariant().toString());
             }
             reports.append(parts.join(u' '));
         }
@@ -226,18 +181,27 @@ protected:
     template <class Work>
     static QStringList linesOf(Work work)
     {
-        Vantora::TestSupport::StdoutCapture out;
+        StdoutCapture out;
         work();
         return out.lines();
     }
 
     VTAInteractionView *card() const { return controller->state.currentInteraction; }
-    Vantora::OverlayState &state() { return controller->state; }
+    QString shownID() const { return card() ? card()->identifier() : QString(); }
+    static QString text(const QQuickItem *item) { return item->property("text").toString(); }
 
-    Vantora::VirtualTimeScheduler clock;
-    Vantora::TestSupport::MemoryTransport *backend = nullptr;
+    // Closes what is on screen and lets it slide out.
+    void closeCard()
+    {
+        overlay->closeInteractionIfNeeded();
+        clock.advanceBy(1s);
+    }
+    OverlayState &state() { return controller->state; }
+
+    VirtualTimeScheduler clock;
+    MemoryTransport *backend = nullptr;
     RecordingHost host;
     QQuickWindow window;
     VTAOverlayView *overlay = nullptr; // owned by the window's content item
-    Vantora::OverlayController *controller = nullptr;
+    OverlayController *controller = nullptr;
 };

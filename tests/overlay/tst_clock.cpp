@@ -3,14 +3,6 @@
 
 #include "overlaytest.h"
 
-using namespace Vantora;
-using namespace Vantora::TestSupport;
-using namespace OverlayTesting;
-using namespace Qt::Literals::StringLiterals;
-using namespace std::chrono_literals;
-
-namespace {
-
 class ClockTest : public OverlayTest
 {
 protected:
@@ -23,12 +15,9 @@ protected:
         answer("/userApi/streamer/getInfo", Json::encode(info));
         load();
     }
-
-    // The poll card showing now, by id; empty when none shows.
-    QString shownID() const { return card() ? card()->identifier() : QString(); }
 };
 
-Injection injection(const QString &id, qint64 timestamp, const QString &timeToStay)
+static Injection injection(const QString &id, qint64 timestamp, const QString &timeToStay)
 {
     Injection entry;
     entry.id = id;
@@ -39,53 +28,70 @@ Injection injection(const QString &id, qint64 timestamp, const QString &timeToSt
     return entry;
 }
 
-} // namespace
-
-TEST_F(ClockTest, onlyTvEntriesOfKnownModulesStrictlyAheadAreLaid)
+TEST_F(ClockTest, onlyTvEntriesOfKnownModulesStrictlyAheadAreLaidAndPlayingLaysThemAgain)
 {
-    Clock noTv = OverlayTesting::clock(u"p1"_s, u"polls"_s, 5);
+    overlay->videoPlaying(50);
+    EXPECT_TRUE(state().timerList.isEmpty()) << "nothing before the channel document";
+    Clock noTv = clockEntry(u"p1"_s, u"polls"_s, 5);
     noTv.smartTV.reset();
-    Clock notForTv = OverlayTesting::clock(u"p1"_s, u"polls"_s, 5);
+    Clock notForTv = clockEntry(u"p1"_s, u"polls"_s, 5);
     notForTv.smartTV = false;
-    loadWith({noTv, notForTv, OverlayTesting::clock(u"p1"_s, u"video"_s, 5),
-              OverlayTesting::clock(u"p1"_s, u"polls"_s, 0)});
+    loadWith(
+        {noTv, notForTv, clockEntry(u"p1"_s, u"video"_s, 5), clockEntry(u"p1"_s, u"polls"_s, 0)});
     EXPECT_TRUE(state().timerList.isEmpty()) << "laid at 0.0 on arrival";
 
     // 10.5 is not beyond 10 + 0.5; 11 is, by 1 s; the duplicates each get a timer.
-    loadWith({OverlayTesting::clock(u"p1"_s, u"polls"_s, 10),
-              OverlayTesting::clock(u"p2"_s, u"poll"_s, 11),
-              OverlayTesting::clock(u"p2"_s, u"poll"_s, 11)});
+    loadWith({clockEntry(u"p1"_s, u"polls"_s, 10), clockEntry(u"p2"_s, u"poll"_s, 11),
+              clockEntry(u"p2"_s, u"poll"_s, 11)});
     overlay->videoPaused();
     overlay->videoPlaying(10.49);
     EXPECT_EQ(state().timerList.size(), 2);
-    EXPECT_EQ(state().lastClockRefreshTime, 10.49);
     clock.advanceBy(509ms);
     EXPECT_EQ(shownID(), QString());
     clock.advanceBy(1ms);
-    // Both p2 timers fired: the second closed the first card and shows 0.6 s later.
+    // Both p2 timers fired: the second closed the first card and shows once it slid out.
     EXPECT_EQ(shownID(), QString());
-    EXPECT_TRUE(state().animating);
-    EXPECT_EQ(state().timerList.size(), 0) << "each fired timer leaves the list";
-    clock.advanceBy(599ms);
-    EXPECT_EQ(shownID(), QString());
-    clock.advanceBy(1ms);
+    clock.advanceBy(600ms);
     EXPECT_EQ(shownID(), u"p2"_s);
 
     overlay->videoPaused();
     overlay->videoPlaying(10.5);
     EXPECT_EQ(state().timerList.size(), 0) << "exactly 0.5 ahead is not laid";
+
+    // Playing lays the clock again only near the last laying; pausing empties the list.
+    loadWith({clockEntry(u"p1"_s, u"polls"_s, 300)});
+    overlay->videoPaused();
+    EXPECT_TRUE(state().timerList.isEmpty());
+    overlay->videoPlaying(99.5);
+    const QList<TimerId> laid = state().timerList;
+    overlay->videoPlaying(100); // 0.5 from the laying: laid again
+    EXPECT_NE(state().timerList, laid);
+    const QList<TimerId> relaid = state().timerList;
+    overlay->videoPlaying(200); // far from it: the timers stay, still counting from 100
+    EXPECT_EQ(state().timerList, relaid);
+    clock.advanceBy(199s);
+    EXPECT_EQ(shownID(), QString());
+    clock.advanceBy(1s);
+    EXPECT_EQ(shownID(), u"p1"_s);
 }
 
-TEST_F(ClockTest, aFiringEntryShowsItsItemForItsTimeAttributedToTheClock)
+TEST_F(ClockTest, aFiringEntryShowsItsItemForItsTimeAndOneThatPausedIsNotLaidAgain)
 {
-    loadWith({OverlayTesting::clock(u"p1"_s, u"polls"_s, 3, false, u"abc"_s),
-              OverlayTesting::clock(u"r1"_s, u"rating"_s, 70, false, u""_s),
-              OverlayTesting::clock(u"p2"_s, u"polls"_s, 200, false, u"+12"_s)});
+    loadWith({clockEntry(u"p1"_s, u"polls"_s, 3, true, u"abc"_s),
+              clockEntry(u"r1"_s, u"rating"_s, 70, false, u""_s),
+              clockEntry(u"p2"_s, u"polls"_s, 200, false, u"+12"_s)});
     clock.advanceBy(3s);
     ASSERT_EQ(shownID(), u"p1"_s);
     EXPECT_EQ(card()->time(), 30) << "an unreadable time gives 30 s";
     EXPECT_EQ(reports().last(), u"view Polls clock p1 3"_s);
-    clock.advanceBy(67s);
+    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s}));
+    overlay->closeInteractionIfNeeded();
+    EXPECT_EQ(host.calls.last(2), (QStringList{u"release"_s, u"play"_s}));
+
+    overlay->videoPaused();
+    overlay->videoPlaying(0); // sought back before all three
+    EXPECT_EQ(state().timerList.size(), 2);
+    clock.advanceBy(70s);
     ASSERT_EQ(shownID(), u"r1"_s);
     EXPECT_EQ(card()->time(), 30);
     clock.advanceBy(130s);
@@ -93,60 +99,10 @@ TEST_F(ClockTest, aFiringEntryShowsItsItemForItsTimeAttributedToTheClock)
     EXPECT_EQ(card()->time(), 12);
 }
 
-TEST_F(ClockTest, playingReLaysOnlyNearTheLastLayingAndPausingEmptiesTheList)
-{
-    overlay->videoPlaying(50);
-    EXPECT_TRUE(state().timerList.isEmpty()) << "nothing before the channel document";
-    EXPECT_EQ(state().lastClockRefreshTime, 0);
-
-    loadWith({OverlayTesting::clock(u"p1"_s, u"polls"_s, 300)});
-    overlay->videoPaused();
-    EXPECT_TRUE(state().timerList.isEmpty());
-    overlay->videoPlaying(99.5);
-    const QList<TimerId> laid = state().timerList;
-    overlay->videoPlaying(100); // 0.5 from the laying: laid again
-    EXPECT_NE(state().timerList, laid);
-    EXPECT_EQ(state().lastClockRefreshTime, 100);
-    const QList<TimerId> relaid = state().timerList;
-    overlay->videoPlaying(200); // far from it: the timers stay, still counting from 100
-    EXPECT_EQ(state().timerList, relaid);
-    EXPECT_EQ(state().lastClockRefreshTime, 100);
-    clock.advanceBy(199s);
-    EXPECT_EQ(shownID(), QString());
-    clock.advanceBy(1s);
-    EXPECT_EQ(shownID(), u"p1"_s);
-}
-
-TEST_F(ClockTest, anEntryThatPausedTheVideoIsNotLaidAgain)
-{
-    loadWith({OverlayTesting::clock(u"p1"_s, u"polls"_s, 20, true),
-              OverlayTesting::clock(u"p2"_s, u"polls"_s, 25)});
-    clock.advanceBy(20s);
-    ASSERT_EQ(shownID(), u"p1"_s);
-    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s}));
-    EXPECT_EQ(state().lastPausedClockID, u"p1"_s);
-    overlay->closeInteractionIfNeeded();
-    EXPECT_EQ(host.calls.last(2), (QStringList{u"release"_s, u"play"_s}));
-
-    overlay->videoPaused();
-    overlay->videoPlaying(10); // sought back before both
-    EXPECT_EQ(state().timerList.size(), 1);
-    clock.advanceBy(20s);
-    EXPECT_EQ(shownID(), u"p2"_s);
-}
-
 TEST_F(ClockTest, theCatchUpShowsOnlyTheLatestInjectionStillRunning)
 {
     const qint64 now = 1'800'000'000;
     clock.setWallClockMSecs(now * 1000);
-    struct Row
-    {
-        const char *name;
-        QList<Injection> injections;
-        QString shown;
-        qint64 time; ///< on screen, in seconds
-        qint64 start = now - 10; ///< the reports' injection time
-    };
     Injection older = injection(u"p1"_s, now - 100, u"600"_s);
     Injection tv = injection(u"p2"_s, now - 10, u"40"_s);
     tv.isPause = true;
@@ -155,7 +111,14 @@ TEST_F(ClockTest, theCatchUpShowsOnlyTheLatestInjectionStillRunning)
     Injection unknown = injection(u"p1"_s, now, u"600"_s);
     unknown.module = u"video"_s;
     Injection tie = injection(u"p1"_s, now - 10, u"40"_s);
-    const Row rows[] = {
+    const struct
+    {
+        const char *name;
+        QList<Injection> injections;
+        QString shown;
+        qint64 time; ///< on screen, in seconds
+        qint64 start = now - 10; ///< the reports' injection time
+    } rows[] = {
         {"latest wins", {older, tv, notTv}, u"p2"_s, 28},
         {"ties keep the first", {tv, tie}, u"p2"_s, 28},
         {"tie, other order", {tie, tv}, u"p1"_s, 28},
@@ -165,7 +128,7 @@ TEST_F(ClockTest, theCatchUpShowsOnlyTheLatestInjectionStillRunning)
         {"no timestamp", {injection(u"p1"_s, 0, u"999999999999"_s)}, {}, 0},
         {"unreadable stay", {injection(u"p1"_s, now + 60, u"x"_s)}, u"p1"_s, 58, now + 60},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         loadWith({}, row.injections);
         clock.advanceBy(1999ms);
@@ -174,9 +137,8 @@ TEST_F(ClockTest, theCatchUpShowsOnlyTheLatestInjectionStillRunning)
         EXPECT_EQ(shownID(), row.shown);
         if (card()) {
             EXPECT_EQ(card()->time(), row.time);
-            EXPECT_EQ(state().lastAnalyticsSource, u"injection"_s);
-            EXPECT_EQ(state().lastAnalyticsSourceID, row.shown);
-            EXPECT_EQ(state().lastAnalyticsTime, row.start);
+            EXPECT_EQ(reports().last(),
+                      u"view Polls injection %1 %2"_s.arg(row.shown).arg(row.start));
             EXPECT_EQ(host.calls.contains(u"pause"_s), row.shown == u"p2"_s);
             EXPECT_EQ(state().willAutoClose, true) << "closes after the answer by default";
         }

@@ -1,71 +1,48 @@
-// Start-up, sign-in, refresh and reset of an overlay, and the video clock that lays its timers.
+// Start-up, sign-in, refresh and reset of an overlay, its properties and the window rule.
 
 #include "overlaytest.h"
 #include "vantora/realtime/pusherclient_p.h"
 
-#include <QQmlComponent>
-#include <QQmlEngine>
 #include <QSignalSpy>
-
-using namespace Vantora;
-using namespace Vantora::TestSupport;
-using namespace OverlayTesting;
-using namespace Qt::Literals::StringLiterals;
 
 TEST_F(OverlayTest, startUpStopsAtAChannelThatCannotBeVerifiedOrFound)
 {
-    struct Row
-    {
-        const char *name;
-        HttpReply reply;
-        const char *line;
-        VTAOverlayView::SessionFailure failure;
-    };
     using Failure = VTAOverlayView::SessionFailure;
-    const Row rows[] = {
-        {"refused",
-         {0, {}, u"connection refused"_s},
-         "VTA - Could not verify channel",
-         Failure::ChannelNotVerified},
-        {"incomplete entry",
-         {200, R"([{"channel":"ch1"}])", {}},
-         "VTA - Could not verify channel",
-         Failure::ChannelNotVerified},
-        {"empty list", {200, "[]", {}}, "VTA - Channel not found", Failure::ChannelNotFound},
-        {"other case",
-         {200, R"([{"channel":"CH1","additionalPageSettings":"","urlB64":""}])", {}},
-         "VTA - Channel not found",
-         Failure::ChannelNotFound},
+    const struct
+    {
+        const char *list, *line;
+        Failure failure;
+    } rows[] = {
+        {R"([{"channel":"ch1"}])", "VTA - Could not verify channel", Failure::ChannelNotVerified},
+        {"[]", "VTA - Channel not found", Failure::ChannelNotFound},
+        {R"([{"channel":"CH1","additionalPageSettings":"","urlB64":""}])",
+         "VTA - Channel not found", Failure::ChannelNotFound},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        backend->answer(QString::fromLatin1(channelList), row.reply);
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.list);
+        answer(channelList, row.list);
         const qsizetype before = backend->requests().size();
         QSignalSpy failures(overlay, &VTAOverlayView::sessionFailed);
-        const QStringList lines = linesOf([&] {
-            load();
-            clock.advanceBy(std::chrono::seconds{5});
-        });
-        EXPECT_EQ(lines, QStringList{QString::fromLatin1(row.line)});
+        EXPECT_EQ(linesOf([&] {
+                      load();
+                      clock.advanceBy(5s);
+                  }),
+                  QStringList{QString::fromLatin1(row.line)});
         ASSERT_EQ(failures.size(), 1);
         EXPECT_EQ(failures[0][0].value<Failure>(), row.failure);
         EXPECT_EQ(backend->requests().size(), before + 1); // the channel list, nothing more
-        EXPECT_FALSE(state().channelInfo);
         EXPECT_EQ(controller->pusherHelper.pusher(), nullptr);
     }
 }
 
-TEST_F(OverlayTest, aNewViewerRegistersAndIsRememberedAKnownOneLogsIn)
+TEST_F(OverlayTest, aNewViewerRegistersAKnownOneLogsInAndAFailedLoginNeverRegisters)
 {
     load();
     EXPECT_EQ(paths(),
               (QStringList{u"/channels/bc__test3.json"_s, u"/userApi/user/register"_s,
                            u"/userApi/streamer/getInfo"_s}));
     EXPECT_EQ(QSettings().value(u"userToken"_s).toString(), u"tok-new"_s);
-    EXPECT_EQ(controller->userToken(), u"tok-new"_s);
     EXPECT_EQ(reports(), QStringList{u"view Register - - -"_s});
-    EXPECT_NE(controller->pusherHelper.pusher(), nullptr);
-    EXPECT_EQ(controller->pusherHelper.channel(), u"CH_ch1"_s);
 
     // The next overlay finds the token and logs in with it.
     VTAOverlayView second(window.contentItem());
@@ -78,56 +55,27 @@ TEST_F(OverlayTest, aNewViewerRegistersAndIsRememberedAKnownOneLogsIn)
             EXPECT_EQ(requestField(request)["data"_L1]["userToken"_L1].toString(), u"tok-new"_s);
         }
     }
-}
 
-TEST_F(OverlayTest, aFailedLoginKeepsTheTokenAndNeverRegistersUntilTheViewerIsReset)
-{
-    storeToken(u""_s); // an empty token is still a token
+    // A failed login keeps even an empty token, reports nothing and never registers, until the
+    // viewer is reset.
+    storeToken(u""_s);
     answer("/userApi/user/login_by_token", "{}", 500);
+    const qsizetype reported = reports().size();
     EXPECT_EQ(linesOf([&] { load(); }), QStringList{u"VTA - Failed login"_s});
-    EXPECT_FALSE(paths().contains(u"/userApi/user/register"_s));
+    EXPECT_EQ(paths().count(u"/userApi/user/register"_s), 1);
     EXPECT_TRUE(QSettings().contains(u"userToken"_s));
-    EXPECT_EQ(reports(), QStringList{}); // a token is known, but the failed login reports nothing
-
+    EXPECT_EQ(reports().size(), reported);
     VTAOverlayView::resetUser();
     EXPECT_FALSE(QSettings().contains(u"userToken"_s));
     load();
-    EXPECT_EQ(paths().last(1), QStringList{u"/userApi/streamer/getInfo"_s});
-    EXPECT_TRUE(paths().contains(u"/userApi/user/register"_s));
+    EXPECT_EQ(paths().last(2),
+              (QStringList{u"/userApi/user/register"_s, u"/userApi/streamer/getInfo"_s}));
     EXPECT_EQ(QSettings().value(u"userToken"_s).toString(), u"tok-new"_s);
 
     answer("/userApi/user/register", "not json");
     VTAOverlayView::resetUser();
     EXPECT_EQ(linesOf([&] { load(); }), QStringList{u"VTA - Failed register"_s});
     EXPECT_FALSE(QSettings().contains(u"userToken"_s));
-}
-
-TEST_F(OverlayTest, theViewersAccountSeedsAnswersAndTotals)
-{
-    User account = user();
-    account.polls = QMap<QString, QString>{{u"abc_2"_s, u"Home"_s},
-                                           {u"_x"_s, u"Away"_s},
-                                           {u"plain"_s, u"Nobody"_s},
-                                           {u"q_1_b"_s, u"Draw"_s}};
-    account.ratings = QMap<QString, QString>{{u"r1_show"_s, u"4"_s}};
-    account.predictionsResults =
-        QMap<QString, PredictionResult>{{u"pr1_____ch1"_s, {0, u"Home"_s, u"pending"_s}}};
-    account.amount_of_credits_won.reset();
-    account.level = 9;
-    storeToken(u"tok-1"_s);
-    answer("/userApi/user/login_by_token", Json::encode(account));
-    load();
-    EXPECT_EQ(state().pollAnswers,
-              (QHash<QString, QString>{{u"abc"_s, u"Home"_s},
-                                       {u""_s, u"Away"_s},
-                                       {u"plain"_s, u"Nobody"_s},
-                                       {u"q"_s, u"Draw"_s}}));
-    EXPECT_EQ(state().ratingAnswers, (QHash<QString, QString>{{u"r1"_s, u"4"_s}}));
-    EXPECT_EQ(state().predictionResults.keys(), QStringList{u"pr1_____ch1"_s});
-    EXPECT_EQ(state().totalCredits, 0);
-    EXPECT_EQ(state().totalExpoints, 20);
-    EXPECT_EQ(state().level, 9);
-    EXPECT_EQ(reports(), QStringList{u"view Login_with_token - - -"_s});
 }
 
 TEST_F(OverlayTest, theChannelDocumentSetsListsAndDesignAndARefreshKeepsTheTimers)
@@ -139,11 +87,10 @@ TEST_F(OverlayTest, theChannelDocumentSetsListsAndDesignAndARefreshKeepsTheTimer
     tv.type = u"SmartTV"_s;
     tv.textColor = u"#112233"_s;
     info.designs = QList<DesignInfo>{web, tv};
-    info.clocks = {OverlayTesting::clock(u"p1"_s, u"polls"_s, 60)};
+    info.clocks = {clockEntry(u"p1"_s, u"polls"_s, 60)};
     answer("/userApi/streamer/getInfo", Json::encode(info));
     load();
-    ASSERT_TRUE(state().designInfo);
-    EXPECT_EQ(state().designInfo->textColor, u"#112233"_s);
+    EXPECT_EQ(state().designInfo.value_or(DesignInfo()).textColor, u"#112233"_s);
     EXPECT_EQ(state().polls.size(), 2);
     const QList<TimerId> timers = state().timerList;
     ASSERT_EQ(timers.size(), 1);
@@ -152,11 +99,9 @@ TEST_F(OverlayTest, theChannelDocumentSetsListsAndDesignAndARefreshKeepsTheTimer
     info.designs = QList<DesignInfo>{web};
     info.clocks = {};
     answer("/userApi/streamer/getInfo", Json::encode(info));
-    EXPECT_EQ(linesOf([&] {
-                  controller->didRequestRefresh();
-                  clock.runPending();
-              }),
+    EXPECT_EQ(linesOf([&] { controller->didRequestRefresh(); }),
               QStringList{u"VTA - Data refresh"_s});
+    clock.runPending();
     EXPECT_EQ(paths().last(2),
               (QStringList{u"/userApi/user/login_by_token"_s, u"/userApi/streamer/getInfo"_s}));
     EXPECT_EQ(state().polls.size(), 1);
@@ -172,22 +117,37 @@ TEST_F(OverlayTest, theChannelDocumentSetsListsAndDesignAndARefreshKeepsTheTimer
     EXPECT_EQ(state().polls.size(), 1) << "a failed fetch changes nothing";
 }
 
-TEST_F(OverlayTest, aSecondLoadTearsDownTheFirstSession)
+// The account seeds the session's answers and totals; a second load tears the session down.
+TEST_F(OverlayTest, theViewersAccountSeedsTheSessionAndASecondLoadTearsItDown)
 {
     User account = user();
-    account.polls = QMap<QString, QString>{{u"p1"_s, u"Home"_s}};
-    account.ratings = QMap<QString, QString>{{u"r1"_s, u"4"_s}};
+    account.polls = QMap<QString, QString>{{u"abc_2"_s, u"Home"_s},
+                                           {u"_x"_s, u"Away"_s},
+                                           {u"plain"_s, u"Nobody"_s},
+                                           {u"q_1_b"_s, u"Draw"_s}};
+    account.ratings = QMap<QString, QString>{{u"r1_show"_s, u"4"_s}};
     account.predictionsResults =
         QMap<QString, PredictionResult>{{u"pr1_____ch1"_s, {0, u"Home"_s, u"pending"_s}}};
-    answer("/userApi/user/login_by_token", Json::encode(account));
+    account.amount_of_credits_won.reset();
+    account.level = 9;
     storeToken(u"tok-1"_s);
+    answer("/userApi/user/login_by_token", Json::encode(account));
     StreamerInfo info = channel();
-    info.clocks = {OverlayTesting::clock(u"p2"_s, u"polls"_s, 20, true),
-                   OverlayTesting::clock(u"p2"_s, u"polls"_s, 60)};
+    info.clocks = {clockEntry(u"p2"_s, u"polls"_s, 20, true), clockEntry(u"p2"_s, u"polls"_s, 60)};
     answer("/userApi/streamer/getInfo", Json::encode(info));
     load();
-    clock.advanceBy(
-        std::chrono::seconds{20}); // p2 pauses the video: its entries are not laid again
+    EXPECT_EQ(state().pollAnswers,
+              (QHash<QString, QString>{{u"abc"_s, u"Home"_s},
+                                       {u""_s, u"Away"_s},
+                                       {u"plain"_s, u"Nobody"_s},
+                                       {u"q"_s, u"Draw"_s}}));
+    EXPECT_EQ(state().ratingAnswers, (QHash<QString, QString>{{u"r1"_s, u"4"_s}}));
+    EXPECT_EQ(state().predictionResults.keys(), QStringList{u"pr1_____ch1"_s});
+    EXPECT_EQ(state().totalCredits, 0);
+    EXPECT_EQ(state().totalExpoints, 20);
+    EXPECT_EQ(state().level, 9);
+    EXPECT_EQ(reports(), QStringList{u"view Login_with_token - - -"_s});
+    clock.advanceBy(20s); // p2 pauses the video: its entries are not laid again
     ASSERT_TRUE(card());
     ASSERT_EQ(state().timerList.size(), 1);
     const PusherClient *firstClient = controller->pusherHelper.pusher();
@@ -205,8 +165,7 @@ TEST_F(OverlayTest, aSecondLoadTearsDownTheFirstSession)
                 && state().predictionResults.isEmpty());
     EXPECT_EQ(firstClient->state(), PusherClient::State::Disconnected);
     EXPECT_TRUE(state().user) << "the viewer stays";
-    EXPECT_EQ(state().lastAnalyticsSourceID, u"p2"_s) << "so does the attribution";
-    clock.advanceBy(std::chrono::seconds{1});
+    clock.advanceBy(1s);
 
     // The entry that paused the first session shows again in the next; a lone notice goes.
     load();
@@ -219,7 +178,7 @@ TEST_F(OverlayTest, aSecondLoadTearsDownTheFirstSession)
     EXPECT_TRUE(notice->isClosing());
 }
 
-TEST_F(OverlayTest, propertiesAndTheWindowRules)
+TEST_F(OverlayTest, propertiesEnvironmentNamesAndTheWindowRule)
 {
     for (const auto &[given, stored] :
          std::initializer_list<std::pair<std::optional<qint64>, std::optional<qint64>>>{
@@ -228,63 +187,24 @@ TEST_F(OverlayTest, propertiesAndTheWindowRules)
         EXPECT_EQ(overlay->injectionDelay(), stored);
         EXPECT_EQ(controller->pusherHelper.injectionDelay(), stored);
     }
-    EXPECT_FALSE(overlay->closeInteractionIfNeeded());
-    EXPECT_FALSE(overlay->isDisplayingInteraction());
 
-    load();
+    // The environment by name, as a QML host gives it: a mistyped one starts nothing and says why.
+    QSignalSpy failures(overlay, &VTAOverlayView::sessionFailed);
+    overlay->load(u"ch1"_s, u"bc"_s, u"prod"_s);
+    EXPECT_TRUE(backend->requests().isEmpty());
+    ASSERT_EQ(failures.size(), 1);
+    EXPECT_TRUE(failures[0][1].toString().contains(u"\"prod\""_s));
+    overlay->load(u"ch1"_s, u"bc"_s, u"test"_s);
+    clock.runPending();
+    EXPECT_EQ(VTAServiceManager::shared().environment(), VTAEnvironment::testDefault());
+
+    // Taken off the window, it leaves the live channel.
     const PusherClient *client = controller->pusherHelper.pusher();
     ASSERT_NE(client, nullptr);
     EXPECT_NE(client->state(), PusherClient::State::Disconnected);
     overlay->setParentItem(nullptr); // off the window
     EXPECT_EQ(client->state(), PusherClient::State::Disconnected);
     overlay->setParentItem(window.contentItem());
-    clock.advanceBy(std::chrono::seconds{30});
+    clock.advanceBy(30s);
     EXPECT_EQ(client->state(), PusherClient::State::Disconnected) << "only a load reconnects";
-}
-
-TEST_F(OverlayTest, aHostsQmlPutsTheOverlayOverItsPlayerAndHearsItsSignals)
-{
-    QQmlEngine engine;
-    QQmlComponent component(&engine);
-    component.setData(R"(
-        import QtQuick
-        import Vantora
-        Item {
-            width: 1920; height: 1080
-            property int pauses: 0
-            property string failure
-            VTAOverlayView {
-                objectName: "overlay"
-                anchors.fill: parent
-                animationType: VTAOverlayView.FromRight
-                injectionDelay: 3
-                onPauseRequested: parent.pauses += 1
-                onSessionFailed: (failure, reason) => parent.failure = reason
-            }
-        })",
-                      QUrl(u"qrc:/host/Player.qml"_s));
-    std::unique_ptr<QObject> player(component.create());
-    ASSERT_TRUE(player) << component.errorString().toStdString();
-    auto *hosted = player->findChild<VTAOverlayView *>(u"overlay"_s);
-    ASSERT_TRUE(hosted);
-    EXPECT_EQ(hosted->size(), QSizeF(1920, 1080));
-    EXPECT_EQ(hosted->animationType(), VTAAnimationType::fromRight);
-    EXPECT_EQ(hosted->injectionDelay(), 3);
-
-    // A mistyped environment starts nothing and says so.
-    const qsizetype before = backend->requests().size();
-    QMetaObject::invokeMethod(hosted, "load", Q_ARG(QString, u"ch1"_s), Q_ARG(QString, u"bc"_s),
-                              Q_ARG(QString, u"prod"_s));
-    EXPECT_EQ(backend->requests().size(), before);
-    EXPECT_TRUE(player->property("failure").toString().contains(u"\"prod\""_s));
-
-    QMetaObject::invokeMethod(hosted, "load", Q_ARG(QString, u"ch1"_s), Q_ARG(QString, u"bc"_s),
-                              Q_ARG(QString, u"test"_s));
-    EXPECT_EQ(VTAServiceManager::shared().environment(), VTAEnvironment::testDefault());
-    EXPECT_EQ(backend->requests().last().url.path(), u"/channels/bc__test3.json"_s);
-    OverlayController *behind = OverlayController::of(hosted);
-    behind->state.polls = channel().polls.value();
-    behind->displayInteraction(u"p1"_s, u"polls"_s, {30, true, false, false}, false);
-    EXPECT_EQ(player->property("pauses").toInt(), 1);
-    EXPECT_TRUE(hosted->property("displayingInteraction").toBool());
 }
