@@ -38,7 +38,7 @@ protected:
     QByteArray seedDigest() const
     {
         QCryptographicHash digest(QCryptographicHash::Sha256);
-        for (const QString &folder : {u"channels"_s, u"trivia"_s}) {
+        for (const QString &folder : {u"channels"_s, u"trivia"_s, u"media"_s}) {
             const QDir dir(QDir(demoFolder).filePath(folder));
             for (const QString &name : dir.entryList(QDir::Files, QDir::Name)) {
                 QFile file(dir.filePath(name));
@@ -154,6 +154,39 @@ TEST_F(ConsoleTest, theFeedTellsEachStoredAnswerWithItsTotalsAndEachReportBatch)
     EXPECT_EQ(answer["viewer"_L1]["token"_L1], token);
     const QJsonObject report = dataOf(console->frames.last());
     EXPECT_EQ(report["events"_L1][0]["eventType"_L1], u"engage"_s);
+}
+
+TEST_F(ConsoleTest, uploadsArePicturesByTheirBytesKeptBesideTheDatabaseUnderPlainNames)
+{
+    const QByteArray seed = seedDigest();
+    const auto upload = [this](const QByteArray &name, const QByteArray &bytes) {
+        return http("POST", u"/admin/media"_s,
+                    "--b\r\nContent-Disposition: form-data; name=\"file\"; filename=\"" + name
+                        + "\"\r\nContent-Type: image/png\r\n\r\n" + bytes + "\r\n--b--\r\n",
+                    "multipart/form-data; boundary=b");
+    };
+    const QByteArray png = "\x89PNG\r\n\x1a\n and the rest";
+    const struct
+    {
+        QByteArray name, bytes;
+        int status;
+        const char *reply;
+    } rows[] = {
+        {"../../channels/My Logo!.jpeg", png, 200, R"({"bytes":21,"path":"uploads/My-Logo-.png"})"},
+        {".hidden", "GIF89a...", 200, R"({"bytes":9,"path":"uploads/picture.gif"})"},
+        {"notes.png", "just text", 415, R"({"error":"not a PNG, JPEG, GIF or WebP picture"})"},
+        {"huge.png", png + QByteArray(2 * 1024 * 1024, 'x'), 413,
+         R"({"error":"a picture may have 2 MB at most"})"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name.toStdString());
+        const HttpResult reply = upload(row.name, row.bytes);
+        EXPECT_EQ(reply.status, row.status);
+        EXPECT_EQ(reply.body, row.reply);
+    }
+    EXPECT_EQ(http("GET", u"/media/uploads/My-Logo-.png"_s).body, png);
+    EXPECT_TRUE(QFile::exists(m_dir.filePath(u"db-media/My-Logo-.png"_s)));
+    EXPECT_EQ(seedDigest(), seed);
 }
 
 TEST(ConsoleAccess, offLoopbackAdminWantsTheTokenPrintedAtStartUp)
