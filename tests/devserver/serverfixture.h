@@ -5,6 +5,7 @@
 
 #include "devserver_p.h"
 #include "serverprocess.h"
+#include "testsupport.h"
 #include "trigger_p.h"
 
 #include <QTemporaryDir>
@@ -25,6 +26,15 @@ inline QByteArray sdkRequest(QByteArray data, const QString &token = {})
     return "--Boundary-6F1A2B3C\r\nContent-Disposition: form-data; name=\"request\"\r\n\r\n"
            R"({"data":{)"
         + data + "}}\r\n--Boundary-6F1A2B3C--\r\n";
+}
+
+inline QUrl at(quint16 port, const QString &path, const QString &scheme = u"http"_s)
+{
+    return QUrl(scheme + u"://127.0.0.1:"_s + QString::number(port) + path);
+}
+inline QUrl realtimeUrl(quint16 port, const QString &key)
+{
+    return at(port, u"/app/"_s + key + u"?protocol=7&client=test"_s, u"ws"_s);
 }
 
 inline QJsonObject dataOf(const QJsonObject &frame)
@@ -48,10 +58,8 @@ public:
     // says goodbye first.
     ~RecordingClient()
     {
-        if (socket.state() == QAbstractSocket::ConnectedState) {
-            socket.close();
-            waitUntil([this] { return socket.state() == QAbstractSocket::UnconnectedState; }, 2000);
-        }
+        socket.close();
+        waitUntil([this] { return socket.state() == QAbstractSocket::UnconnectedState; }, 2000);
     }
 
     QStringList names() const
@@ -66,12 +74,12 @@ public:
         return waitUntil([&] { return names().count(event) >= count; });
     }
     void send(const QString &frame) { socket.sendTextMessage(frame); }
+    void ping() { send(uR"({"event":"pusher:ping","data":{}})"_s); }
     bool subscribe(const QString &channel)
     {
-        const QString succeeded = u"pusher_internal:subscription_succeeded"_s;
-        const qsizetype before = names().count(succeeded);
+        const qsizetype before = names().count(u"pusher_internal:subscription_succeeded"_s);
         send(uR"({"event":"pusher:subscribe","data":{"channel":"%1"}})"_s.arg(channel));
-        return waitFor(succeeded, before + 1);
+        return waitFor(u"pusher_internal:subscription_succeeded"_s, before + 1);
     }
     QString socketId() const { return dataOf(frames.value(0))["socket_id"_L1].toString(); }
 
@@ -99,14 +107,10 @@ protected:
         m_port = port.value();
     }
 
-    QUrl url(const QString &path, const QString &scheme = u"http"_s) const
-    {
-        return QUrl(scheme + u"://127.0.0.1:"_s + QString::number(m_port) + path);
-    }
     HttpResult http(const QByteArray &method, const QString &path, const QByteArray &body = {},
                     const QByteArray &contentType = "application/json")
     {
-        return httpRequest(url(path), method, body, contentType);
+        return httpRequest(at(m_port, path), method, body, contentType);
     }
     HttpResult admin(const QString &operation, const QByteArray &body)
     {
@@ -128,9 +132,9 @@ protected:
     /// A websocket client on /app/<key>, or on `path`, once the server has said something.
     std::unique_ptr<RecordingClient> connectClient(const QString &path = {})
     {
-        const QString key = m_server->hub().app().key;
         auto client = std::make_unique<RecordingClient>(
-            url(path.isEmpty() ? u"/app/"_s + key + u"?protocol=7&client=test"_s : path, u"ws"_s));
+            path.isEmpty() ? realtimeUrl(m_port, m_server->hub().app().key)
+                           : at(m_port, path, u"ws"_s));
         EXPECT_TRUE(waitUntil([&] { return !client->frames.isEmpty(); }));
         return client;
     }

@@ -1,7 +1,7 @@
 #pragma once
 
-// What the tests that run clients against vantora-devserver share: the demo content, waits and
-// requests that always end, and the server in a process of its own with its admin API.
+// What the tests that run programs against vantora-devserver share: the demo content, waits and
+// requests that always end, programs in processes of their own, and the server's admin API.
 
 #include <QDeadlineTimer>
 #include <QHash>
@@ -27,11 +27,9 @@ inline const QString demoFolder = QStringLiteral(VANTORA_DEVSERVER_DEMO_DIR);
 /// Runs the event loop until `done` holds or `ms` pass; returns whether it held.
 inline bool waitUntil(const std::function<bool()> &done, int ms = 5000)
 {
-    const QDeadlineTimer deadline(ms);
-    while (!done()) {
+    for (const QDeadlineTimer deadline(ms); !done(); QTest::qWait(5)) {
         if (deadline.hasExpired())
             return false;
-        QTest::qWait(5);
     }
     return true;
 }
@@ -46,7 +44,6 @@ struct HttpResult
     int status = 0;
     QByteArray body;
     QJsonObject json() const { return jsonObject(body); }
-    QJsonArray array() const { return QJsonDocument::fromJson(body).array(); }
 };
 
 inline HttpResult httpRequest(const QUrl &url, const QByteArray &method,
@@ -56,47 +53,66 @@ inline HttpResult httpRequest(const QUrl &url, const QByteArray &method,
     QNetworkAccessManager network; // no connection outlives the call
     QNetworkRequest request(url);
     request.setHeader(QNetworkRequest::ContentTypeHeader, contentType);
-    QNetworkReply *reply = network.sendCustomRequest(request, method, body);
-    EXPECT_TRUE(waitUntil([reply] { return reply->isFinished(); })) << url.toString().toStdString();
-    const HttpResult result{reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-                            reply->readAll()};
-    delete reply;
-    return result;
+    const std::unique_ptr<QNetworkReply> reply(network.sendCustomRequest(request, method, body));
+    EXPECT_TRUE(waitUntil([&] { return reply->isFinished(); })) << url.toString().toStdString();
+    return {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply->readAll()};
 }
 
-/// A running server process and the lines it printed.
-class ServerProcess
+/// A program in a process of its own, which dies with the test, and the lines it prints.
+class ChildProcess
+{
+public:
+    ChildProcess(const QString &program, const QStringList &arguments,
+                 QProcess::ProcessChannelMode channels = QProcess::SeparateChannels)
+    {
+        // A test that dies (a fatal error, a time-out) takes its child with it.
+        process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+        process.setProcessChannelMode(channels);
+        process.start(program, arguments);
+    }
+    ~ChildProcess() { finish(0); }
+    /// Everything it printed so far.
+    QString output()
+    {
+        m_out += process.readAllStandardOutput();
+        return QString::fromUtf8(m_out);
+    }
+    QStringList lines() { return output().split(u'\n', Qt::SkipEmptyParts); }
+    /// Whether it prints `text` within `ms`.
+    bool waitFor(const QString &text, int ms = 5000)
+    {
+        const auto printed = [&] {
+            return output().contains(text);
+        };
+        waitUntil([&] { return printed() || process.state() == QProcess::NotRunning; }, ms);
+        return printed();
+    }
+    /// The exit code once it ends by itself within `ms` (or else is killed); -1 if it crashed.
+    int finish(int ms)
+    {
+        if (!process.waitForFinished(ms))
+            process.kill(); // SIGKILL: no chance to flush or close anything
+        process.waitForFinished(5000);
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+
+    QProcess process;
+
+private:
+    QByteArray m_out;
+};
+
+/// A running vantora-devserver: its port and what its `export NAME=value` lines set.
+class ServerProcess : public ChildProcess
 {
 public:
     ServerProcess(const QString &program, const QStringList &arguments)
+        : ChildProcess(program, arguments)
     {
-        // A test that dies (a fatal error, a time-out) takes its server with it.
-        m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
-        m_process.start(program, arguments);
-        const bool ready = waitUntil([&] {
-            m_out += m_process.readAllStandardOutput();
-            return m_out.contains("VANTORA_REALTIME_URL=")
-                || m_process.state() == QProcess::NotRunning;
-        });
-        EXPECT_TRUE(ready) << "no start-up lines: " << m_out.constData();
+        EXPECT_TRUE(waitFor(QStringLiteral("VANTORA_REALTIME_URL="))) << "no start-up lines";
         port = quint16(QUrl(exported().value(QStringLiteral("VANTORA_API_BASE"))).port(0));
     }
-    ~ServerProcess() { killHard(); }
-    void killHard()
-    {
-        m_process.kill(); // SIGKILL: no chance to flush or close anything
-        m_process.waitForFinished(5000);
-    }
-    /// SIGTERM; the exit code once the process has ended, -1 when it crashed or hung.
-    int terminate()
-    {
-        m_process.terminate();
-        const bool ended = m_process.waitForFinished(5000);
-        return ended && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
-    }
-    QStringList lines() const { return QString::fromUtf8(m_out).split(u'\n', Qt::SkipEmptyParts); }
-    /// What its `export NAME=value` lines set, as a shell would.
-    QHash<QString, QString> exported() const
+    QHash<QString, QString> exported()
     {
         QHash<QString, QString> variables;
         for (const QString &line : lines()) {
@@ -107,10 +123,6 @@ public:
     }
 
     quint16 port = 0;
-
-private:
-    QProcess m_process;
-    QByteArray m_out;
 };
 
 /// A call to the server's admin API at `path`: a GET, or a POST of `body` when there is one.

@@ -3,34 +3,16 @@
 
 #include "serverfixture.h"
 
-#include "testsupport.h"
 #include <vantora/records/vtaenvironment.h>
 
 #include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
 
-#include <gtest/gtest.h>
-
 using namespace Vantora;
 using namespace Vantora::DevServerTest;
-using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-const QString program = QStringLiteral(VANTORA_DEVSERVER);
-
-QUrl at(quint16 port, const QString &path, const QString &scheme = u"http"_s)
-{
-    return QUrl(scheme + u"://127.0.0.1:"_s + QString::number(port) + path);
-}
-
-QUrl realtime(quint16 port, const QString &key)
-{
-    return at(port, u"/app/"_s + key + u"?protocol=7"_s, u"ws"_s);
-}
-
-} // namespace
+static const QString program = QStringLiteral(VANTORA_DEVSERVER);
 
 TEST(Process, refusesBadStartsWithAReason)
 {
@@ -70,17 +52,16 @@ TEST(Process, printsWhereItListensKeepsAnswersThroughKill9AndTakesItsOptions)
     QString token;
     {
         ServerProcess server(program, arguments);
-        const QString origin = u"127.0.0.1:"_s + QString::number(server.port);
         EXPECT_EQ(server.lines().mid(2),
                   uR"(export VANTORA_API_BASE=http://%1/userApi
 export VANTORA_IMAGE_BASE=http://%1/media
 export VANTORA_CHANNELS_BASE=http://%1/channels/
-export VANTORA_REALTIME_URL=ws://%1)"_s.arg(origin)
+export VANTORA_REALTIME_URL=ws://%1)"_s.arg(u"127.0.0.1:"_s + QString::number(server.port))
                       .split(u'\n'));
         for (const VTAEnvironment &sdk :
              {VTAEnvironment::productionDefault(), VTAEnvironment::devDefault(),
               VTAEnvironment::testDefault()}) {
-            RecordingClient client(realtime(server.port, sdk.pusherKey()));
+            RecordingClient client(realtimeUrl(server.port, sdk.pusherKey()));
             EXPECT_TRUE(waitUntil([&] { return !client.socketId().isEmpty(); }))
                 << qPrintable(sdk.pusherKey());
         }
@@ -88,8 +69,7 @@ export VANTORA_REALTIME_URL=ws://%1)"_s.arg(origin)
         const QJsonObject vote =
             api(server.port, "/poll/answer_new/pr200", R"($W,"answer":"Blues")", token);
         ASSERT_EQ(vote["answer"_L1]["isAnswered"_L1], true);
-        server.killHard();
-    }
+    } // killed with SIGKILL
     ServerProcess server(program,
                          arguments
                              + QStringList{u"--app-key"_s, u"mine"_s, u"--activity-timeout"_s,
@@ -98,8 +78,8 @@ export VANTORA_REALTIME_URL=ws://%1)"_s.arg(origin)
     EXPECT_EQ(login["polls"_L1], jsonObject(R"({"pr200_1001":"Blues"})"));
     EXPECT_EQ(login["predictionsResults"_L1]["pr200_____1001"_L1]["status"_L1], u"pending"_s);
 
-    RecordingClient sdk(realtime(server.port, VTAEnvironment::testDefault().pusherKey()));
-    RecordingClient client(realtime(server.port, u"mine"_s));
+    RecordingClient sdk(realtimeUrl(server.port, VTAEnvironment::testDefault().pusherKey()));
+    RecordingClient client(realtimeUrl(server.port, u"mine"_s));
     ASSERT_TRUE(waitUntil([&] { return sdk.closed && !client.frames.isEmpty(); }));
     EXPECT_EQ(int(sdk.socket.closeCode()), 4001);
     EXPECT_EQ(dataOf(client.frames[0])["activity_timeout"_L1], 1);
@@ -127,7 +107,8 @@ export VANTORA_REALTIME_URL=ws://%1)"_s.arg(origin)
     EXPECT_EQ(close.size() >= 4 ? uchar(close[2]) << 8 | uchar(close[3]) : 0, 4201);
 
     EXPECT_FALSE(client.closed); // Qt's websocket answers pings by itself
-    EXPECT_EQ(server.terminate(), 0);
+    server.process.terminate();
+    EXPECT_EQ(server.finish(5000), 0);
     ASSERT_TRUE(waitUntil([&] { return client.closed; }));
     EXPECT_EQ(int(client.socket.closeCode()), 1001);
 }

@@ -31,93 +31,59 @@ TEST(RemoteScript, ReadsEveryCommandWithItsTimeAndLine)
                                                     "+0 admin inject {\"id\": \"p1\"}\n"
                                                     "+0 admin viewers\n"_s);
     ASSERT_EQ(script.error, QString());
-    struct Expected
-    {
-        int line;
-        bool afterPrevious;
-        double at;
-        Command command;
-        int key;
-        int count;
-        double seconds;
-        QString text;
-    };
-    const QString none;
-    const Expected expected[] = {
-        // line, +?, at, command, key, count, seconds, text
-        {3, false, 12.5, Command::key, Qt::Key_Down, 1, 0, none},
-        {4, true, 0, Command::key, Qt::Key_Return, 3, 0, none},
+    // line, after the previous?, at, command, key, count, seconds, text, body
+    using Step = std::tuple<int, bool, double, Command, int, int, double, QString, QByteArray>;
+    const Step expected[] = {
+        {3, false, 12.5, Command::key, Qt::Key_Down, 1, 0, {}, {}},
+        {4, true, 0, Command::key, Qt::Key_Return, 3, 0, {}, {}},
         // The text is kept as written after the limit, inner spaces included.
-        {5, true, 1.5, Command::waitFor, 0, 1, 20, u"Where are  you watching?"_s},
-        {6, true, 0, Command::waitGone, 0, 1, 4, u"@pointsLabel 10"_s},
-        {7, false, 30, Command::screenshot, 0, 1, 0, u"poll-1"_s},
-        {8, false, 30, Command::dump, 0, 1, 0, u"poll-1"_s},
-        {9, true, 0, Command::mark, 0, 1, 0, u"ready for trivia"_s},
-        {10, false, 40, Command::seek, 0, 1, 95.5, none},
-        {11, false, 41, Command::pause, 0, 1, 0, none},
-        {12, true, 2, Command::play, 0, 1, 0, none},
-        {13, false, 60, Command::quit, 0, 1, 0, none},
-        {14, true, 0, Command::key, Qt::Key_Escape, 1, 0, none},
-        {15, true, 0, Command::stay, 0, 1, 0, none},
-        {16, true, 0, Command::admin, 0, 1, 0, u"inject"_s},
-        {17, true, 0, Command::admin, 0, 1, 0, u"viewers"_s},
+        {5, true, 1.5, Command::waitFor, 0, 1, 20, u"Where are  you watching?"_s, {}},
+        {6, true, 0, Command::waitGone, 0, 1, 4, u"@pointsLabel 10"_s, {}},
+        {7, false, 30, Command::screenshot, 0, 1, 0, u"poll-1"_s, {}},
+        {8, false, 30, Command::dump, 0, 1, 0, u"poll-1"_s, {}},
+        {9, true, 0, Command::mark, 0, 1, 0, u"ready for trivia"_s, {}},
+        {10, false, 40, Command::seek, 0, 1, 95.5, {}, {}},
+        {11, false, 41, Command::pause, 0, 1, 0, {}, {}},
+        {12, true, 2, Command::play, 0, 1, 0, {}, {}},
+        {13, false, 60, Command::quit, 0, 1, 0, {}, {}},
+        {14, true, 0, Command::key, Qt::Key_Escape, 1, 0, {}, {}},
+        {15, true, 0, Command::stay, 0, 1, 0, {}, {}},
+        // An admin step's body goes out as the JSON object written; without one it is a GET.
+        {16, true, 0, Command::admin, 0, 1, 0, u"inject"_s, R"({"id":"p1"})"},
+        {17, true, 0, Command::admin, 0, 1, 0, u"viewers"_s, {}},
     };
     ASSERT_EQ(script.steps.size(), qsizetype(std::size(expected)));
     for (qsizetype i = 0; i < script.steps.size(); ++i) {
-        const ScriptStep &step = script.steps[i];
-        const Expected &want = expected[i];
-        SCOPED_TRACE(want.line);
-        EXPECT_EQ(step.line, want.line);
-        EXPECT_EQ(step.afterPrevious, want.afterPrevious);
-        EXPECT_EQ(step.at, want.at);
-        EXPECT_EQ(step.command, want.command);
-        EXPECT_EQ(step.key, want.key);
-        EXPECT_EQ(step.count, want.count);
-        EXPECT_EQ(step.seconds, want.seconds);
-        EXPECT_EQ(step.text, want.text);
+        const ScriptStep &s = script.steps[i];
+        EXPECT_EQ(Step(s.line, s.afterPrevious, s.at, s.command, s.key, s.count, s.seconds, s.text,
+                       s.body),
+                  expected[i]);
     }
-    // An admin step's body goes out as the JSON object written; without one it is a GET.
-    EXPECT_EQ(script.steps[13].body, QByteArray(R"({"id":"p1"})"));
-    EXPECT_TRUE(script.steps[14].body.isEmpty());
 }
 
 TEST(RemoteScript, NamesTheFirstBadLineAndWhatIsWrong)
 {
-    struct Row
-    {
-        const char *name;
-        QString script;
-        QString error;
-    };
-    const Row rows[] = {
-        {"no command", u"12"_s, u"line 1: expected a time and a command"_s},
-        {"not a time", u"soon key Down"_s,
-         u"line 1: 'soon' is not a time (a video second, or +seconds)"_s},
-        {"bad wait", u"+x key Down"_s,
-         u"line 1: '+x' is not a time (a video second, or +seconds)"_s},
-        {"unknown command", u"# fine\n1 key Down\n2 press Down"_s,
-         u"line 3: unknown command 'press'"_s},
-        {"unknown key", u"1 key Dwon"_s, u"line 1: no key named 'Dwon'"_s},
-        {"key without name", u"1 key"_s, u"line 1: key takes a key name and an optional count"_s},
-        {"zero presses", u"1 key Down 0"_s,
-         u"line 1: the count '0' is not a whole number from 1"_s},
-        {"wait without text", u"1 wait-for 10"_s,
-         u"line 1: wait-for takes a limit in seconds and a text"_s},
-        {"screenshot into a folder", u"1 screenshot ../x"_s,
-         u"line 1: screenshot takes one file name without folders"_s},
-        {"seek backwards", u"1 seek -5"_s, u"line 1: seek takes one video second"_s},
-        {"quit with words", u"1 quit now"_s, u"line 1: quit takes nothing more"_s},
-        {"mark without text", u"1 mark"_s, u"line 1: mark takes a text"_s},
-        {"admin from the root", u"1 admin /userApi/x"_s,
-         u"line 1: admin takes a path below /admin/ and an optional JSON object"_s},
-        {"admin with a broken body", u"1 admin inject {\"id\":"_s,
-         u"line 1: admin's body is not a JSON object: {\"id\":"_s},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        const RemoteScript script = RemoteScript::parse(row.script);
-        EXPECT_EQ(script.error, row.error);
-        EXPECT_TRUE(script.steps.isEmpty());
+    for (const auto &[text, error] : {
+             std::pair{u"12"_s, u"line 1: expected a time and a command"_s},
+             {u"soon key Down"_s, u"line 1: 'soon' is not a time (a video second, or +seconds)"_s},
+             {u"+x key Down"_s, u"line 1: '+x' is not a time (a video second, or +seconds)"_s},
+             {u"# fine\n1 key Down\n2 press Down"_s, u"line 3: unknown command 'press'"_s},
+             {u"1 key Dwon"_s, u"line 1: no key named 'Dwon'"_s},
+             {u"1 key"_s, u"line 1: key takes a key name and an optional count"_s},
+             {u"1 key Down 0"_s, u"line 1: the count '0' is not a whole number from 1"_s},
+             {u"1 wait-for 10"_s, u"line 1: wait-for takes a limit in seconds and a text"_s},
+             {u"1 screenshot ../x"_s, u"line 1: screenshot takes one file name without folders"_s},
+             {u"1 seek -5"_s, u"line 1: seek takes one video second"_s},
+             {u"1 quit now"_s, u"line 1: quit takes nothing more"_s},
+             {u"1 mark"_s, u"line 1: mark takes a text"_s},
+             {u"1 admin /userApi/x"_s,
+              u"line 1: admin takes a path below /admin/ and an optional JSON object"_s},
+             {u"1 admin inject {\"id\":"_s,
+              u"line 1: admin's body is not a JSON object: {\"id\":"_s},
+         }) {
+        const RemoteScript script = RemoteScript::parse(text);
+        EXPECT_EQ(script.error, error);
+        EXPECT_TRUE(script.steps.isEmpty()) << qPrintable(text);
     }
 }
 
