@@ -89,6 +89,11 @@ const viewerScript = `
 +0    mark voted-prediction
 +0    wait-for 60 CONGRATULATIONS
 +0    mark saw-the-win
++0.6  key Escape
++0    wait-for 60 Was that a penalty
++0    mark saw-the-penalty
++0    wait-for 20 POLL CLOSED
++0    mark saw-it-closed
 +1    quit
 `;
 
@@ -175,6 +180,14 @@ async function main() {
     assert.equal(leader, '80 pts'); // 10 + 20 from the levels the votes reached (40 + 20 experience), 50 from the win
     await viewer.child.waitFor(/mark saw-the-win/, 30000);
     await page.screenshot({ path: path.join(shots, '5-settled.png') });
+
+    // A poll the producer closes while the viewer looks at it: the viewer sees it closed.
+    await page.click('#item-p102 >> text=Inject');
+    await page.click('#inject-go');
+    await viewer.child.waitFor(/mark saw-the-penalty/, 60000);
+    await page.click('#item-p102 >> text=Close');
+    await page.waitForSelector('#sent li:has-text("Close p102: stop_poll to 1 connection")', { timeout: 5000 });
+    await viewer.child.waitFor(/mark saw-it-closed/, 30000);
     await page.setViewportSize({ width: 1920, height: 1080 });
     await page.screenshot({ path: path.join(shots, '6-studio-screen.png') });
 

@@ -31,9 +31,11 @@ function element(tag, attributes = {}, ...children) {
   return node;
 }
 
-function note(list, text, kind = '') {
+function note(list, text, kind = '', details = null) {
   const time = new Date().toLocaleTimeString([], { hour12: false });
-  $(list).prepend(element('li', { class: kind }, element('time', {}, time), ' ', text));
+  const line = details ? element('details', {}, element('summary', {}, text),
+    element('pre', {}, JSON.stringify(details, null, 2))) : text;
+  $(list).prepend(element('li', { class: kind }, element('time', {}, time), ' ', line));
   while ($(list).children.length > 200) $(list).lastElementChild.remove();
 }
 
@@ -41,7 +43,8 @@ function note(list, text, kind = '') {
 function sent(what, reply) {
   if (reply.ok) {
     const count = reply.data.delivered ?? 0;
-    note('sent', `${what}: ${reply.data.event ?? 'done'} to ${count} connection${count === 1 ? '' : 's'}`, 'ok');
+    note('sent', `${what}: ${reply.data.event ?? 'done'} to ${count} connection${count === 1 ? '' : 's'}`, 'ok',
+      reply.data.data);
   } else {
     note('sent', `${what} failed (${reply.status}): ${reply.data.error ?? 'no reason given'}`, 'error');
   }
