@@ -117,6 +117,7 @@ async function main() {
 
     // A refused edit: the decoder's reason, and nothing saved.
     await page.click('#new-poll');
+    await page.click('#editor-json summary');
     await page.fill('#editor-text', JSON.stringify({ id: 'p901', question: 'Broken?' }));
     await page.click('#editor-save');
     await page.waitForSelector('#editor-error:has-text("poll: name: missing")', { timeout: 5000 });
@@ -128,11 +129,14 @@ async function main() {
     await page.click('#new-poll');
     await page.setInputFiles('#editor-upload', path.join(devserverData, 'media/polls/espresso.png'));
     await page.waitForSelector('#editor-uploaded:has-text("uploads/espresso.png")', { timeout: 5000 });
-    const template = JSON.parse(await page.inputValue('#editor-text'));
-    Object.assign(template, { id: 'p900', question: 'Goal of the night?', expoints: '40',
-      image: 'uploads/espresso.png' });
-    template.answers = ['The header', 'The volley'].map((answer) => ({ answer, reward: '0', isRewardSent: false }));
-    await page.fill('#editor-text', JSON.stringify(template, null, 2));
+    const form = (label) => page.getByLabel(label, { exact: true });
+    await form('Id').fill('p900');
+    await form('Question').fill('Goal of the night?');
+    await form('Picture (media path)').fill('uploads/espresso.png');
+    await form('Experience for answering').fill('40');
+    await form('Answer 1').fill('The header');
+    await form('Answer 2').fill('The volley');
+    await page.screenshot({ path: path.join(shots, '2-authoring.png') });
     await page.click('#editor-save');
     await page.waitForSelector('#item-p900', { timeout: 5000 });
     await page.waitForFunction(() => document.querySelector('#item-p900 img.cover')?.naturalWidth > 0,

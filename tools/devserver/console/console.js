@@ -1,3 +1,5 @@
+import { itemForm } from './itemform.js';
+
 // The broadcaster's console: the channel's items with their live results, the controls that push
 // live events to every viewer, the schedule, an editor, and what viewers do as it happens. Every
 // figure comes from the dev server's /admin API once, then from its private realtime feed.
@@ -236,7 +238,15 @@ const templates = {
 function openEditor(kind, document, isNew = false) {
   state.editing = { kind, id: kind === 'trivia' ? document.question.id : (document.id ?? '') };
   $('editor-title').textContent = `${isNew ? 'New' : 'Edit'} ${kind}`;
-  $('editor-text').value = JSON.stringify(document, null, 2);
+  // The form and the JSON edit one copy; lists (the schedule) are edited as JSON alone.
+  const copy = structuredClone(document);
+  const form = Array.isArray(copy) ? null
+    : itemForm(kind, copy, () => { $('editor-text').value = JSON.stringify(copy, null, 2); });
+  state.editing.form = form;
+  state.editing.copy = copy;
+  $('editor-form').replaceChildren(...(form ? [form] : []));
+  $('editor-json').open = !form;
+  $('editor-text').value = JSON.stringify(copy, null, 2);
   $('editor-error').textContent = '';
   $('editor-uploaded').textContent = '';
   $('editor-upload').value = '';
@@ -275,7 +285,8 @@ async function saveEdit() {
 }
 
 async function deleteEdited() {
-  const reply = await api('/items/delete', { channel: state.channel, ...state.editing });
+  const { kind, id } = state.editing;
+  const reply = await api('/items/delete', { channel: state.channel, kind, id });
   if (!reply.ok) {
     $('editor-error').textContent = reply.data.error ?? `refused (${reply.status})`;
     return;
@@ -381,6 +392,19 @@ async function start() {
   $('editor-save').addEventListener('click', saveEdit);
   $('editor-delete').addEventListener('click', deleteEdited);
   $('editor-upload').addEventListener('change', uploadPicture);
+  // JSON typed by hand shows in the form once it parses.
+  $('editor-text').addEventListener('change', () => {
+    const { form, copy } = state.editing;
+    try {
+      const typed = JSON.parse($('editor-text').value);
+      if (!form || Array.isArray(typed)) return;
+      for (const key of Object.keys(copy)) delete copy[key];
+      Object.assign(copy, typed);
+      form.refresh();
+    } catch (error) {
+      $('editor-error').textContent = `Not JSON yet: ${error.message}`;
+    }
+  });
   $('new-poll').addEventListener('click', () => openEditor('poll', templates.poll('poll'), true));
   $('new-prediction').addEventListener('click', () => openEditor('poll', templates.poll('prediction'), true));
   $('new-rating').addEventListener('click', () => openEditor('rating', templates.rating(), true));
