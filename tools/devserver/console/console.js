@@ -274,25 +274,22 @@ async function saveEdit() {
     $('editor-error').textContent = `Not JSON: ${error.message}`;
     return;
   }
-  const reply = await api('/items', { channel: state.channel, kind: state.editing.kind, document });
-  if (!reply.ok) {
-    $('editor-error').textContent = reply.data.error ?? `refused (${reply.status})`;
-    return;
-  }
-  $('editor').close();
-  note('sent', `Saved ${reply.data.kind} ${reply.data.id}`, 'ok');
-  await loadChannel();
+  await sendEdit('/items', { document }, 'Saved');
 }
 
 async function deleteEdited() {
-  const { kind, id } = state.editing;
-  const reply = await api('/items/delete', { channel: state.channel, kind, id });
+  await sendEdit('/items/delete', { id: state.editing.id }, 'Deleted');
+}
+
+// A save or a removal: a refusal stays in the editor with the server's reason.
+async function sendEdit(path, body, done) {
+  const reply = await api(path, { channel: state.channel, kind: state.editing.kind, ...body });
   if (!reply.ok) {
     $('editor-error').textContent = reply.data.error ?? `refused (${reply.status})`;
     return;
   }
   $('editor').close();
-  note('sent', `Deleted ${state.editing.kind} ${state.editing.id}`, 'ok');
+  note('sent', `${done} ${reply.data.kind} ${reply.data.id}`, 'ok');
   await loadChannel();
 }
 
