@@ -185,9 +185,12 @@ async function main() {
     await viewer.child.waitFor(/mark saw-the-win/, 30000);
     await page.screenshot({ path: path.join(shots, '5-settled.png') });
 
-    // A poll the producer closes while the viewer looks at it: the viewer sees it closed.
-    await page.click('#item-p102 >> text=Inject');
-    await page.click('#inject-go');
+    // A poll the producer closes while the viewer looks at it: the viewer sees it closed. This
+    // one from the keyboard: Enter on the card's button, Enter in the dialog.
+    await page.focus('#item-p102 >> text=Inject');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('#injector[open]');
+    await page.keyboard.press('Enter');
     await viewer.child.waitFor(/mark saw-the-penalty/, 60000);
     await page.click('#item-p102 >> text=Close');
     await page.waitForSelector('#sent li:has-text("Close p102: stop_poll to 1 connection")', { timeout: 5000 });

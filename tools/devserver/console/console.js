@@ -384,9 +384,15 @@ async function start() {
     sent('Push totals', await api('/streamer-info', { channel: state.channel })));
   $('refresh').addEventListener('click', async () =>
     sent('Refresh', await api('/refresh', { channel: state.channel })));
-  $('inject-go').addEventListener('click', inject);
-  $('settle-go').addEventListener('click', settle);
-  $('editor-save').addEventListener('click', saveEdit);
+  // Enter in a dialog does its action (each dialog's one submit button); Escape or Cancel leaves.
+  for (const [dialog, action] of [['injector', inject], ['settler', settle], ['editor', saveEdit]]) {
+    $(dialog).querySelector('form').addEventListener('submit', (event) => {
+      event.preventDefault();
+      action();
+    });
+  }
+  for (const cancel of document.querySelectorAll('dialog .cancel'))
+    cancel.addEventListener('click', () => cancel.closest('dialog').close());
   $('editor-delete').addEventListener('click', deleteEdited);
   $('editor-upload').addEventListener('change', uploadPicture);
   // JSON typed by hand shows in the form once it parses.
