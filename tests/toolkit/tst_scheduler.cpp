@@ -201,3 +201,32 @@ TEST(RealTime, aTaskMayDeleteItsOwnContext)
     QTest::qWait(50);
     EXPECT_TRUE(ran);
 }
+
+// A channel lays thousands of tasks at once and cancels most of them on the next pause: the
+// survivors still run by deadline, equal deadlines in the order laid, none of a context gone.
+TEST(RealTime, manyTasksRunByDeadlineAfterMostAreCancelled)
+{
+    Scheduler &scheduler = Scheduler::instance();
+    QObject owner;
+    auto doomed = std::make_unique<QObject>();
+    std::vector<int> ran, expected;
+    std::vector<TimerId> laid;
+    for (int i = 0; i < 300; ++i) {
+        const int delay = 40 - (i * 7) % 30; // out of order, each delay several times
+        QObject *context = i % 10 == 3 ? doomed.get() : &owner;
+        laid.push_back(scheduler.after(std::chrono::milliseconds(delay), context,
+                                       [&ran, i] { ran.push_back(i); }));
+    }
+    for (int i = 0; i < 300; ++i) {
+        if (i % 3 == 0)
+            scheduler.cancel(laid[size_t(i)]);
+        else if (i % 10 != 3)
+            expected.push_back(i);
+    }
+    doomed.reset();
+    std::stable_sort(expected.begin(), expected.end(),
+                     [](int a, int b) { return (a * 7) % 30 > (b * 7) % 30; });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ran.size() >= expected.size(); }, 5000));
+    QTest::qWait(20);
+    EXPECT_EQ(ran, expected);
+}

@@ -10,19 +10,12 @@ using namespace std::chrono;
 
 namespace Vantora {
 
-namespace {
-
-// QTimer counts in int milliseconds (about 24.8 days); longer delays are laid in steps.
-milliseconds armable(milliseconds remaining)
-{
-    return std::clamp(remaining, milliseconds{0}, milliseconds{INT_MAX});
-}
-
-} // namespace
-
-RealTimeScheduler::RealTimeScheduler(QObject *parent) : QObject(parent)
+RealTimeScheduler::RealTimeScheduler(QObject *parent) : QObject(parent), m_timer(new QTimer(this))
 {
     m_clock.start();
+    m_timer->setTimerType(Qt::PreciseTimer);
+    m_timer->setSingleShot(true);
+    connect(m_timer, &QTimer::timeout, this, &RealTimeScheduler::runDue);
 }
 
 RealTimeScheduler::~RealTimeScheduler() = default;
@@ -46,47 +39,117 @@ TimerId RealTimeScheduler::every(milliseconds interval, QObject *context, Task t
 TimerId RealTimeScheduler::start(milliseconds delay, bool repeating, QObject *context, Task task)
 {
     const TimerId id = ++m_lastId;
-    // The timer belongs to the scheduler, not to the context: a task may well delete its own
-    // context, and a QTimer must not be deleted inside its own timeout.
-    auto *timer = new QTimer(this);
-    timer->setTimerType(Qt::PreciseTimer);
-    timer->setSingleShot(true);
-    m_timers.insert(id, timer);
-    if (context)
-        connect(context, &QObject::destroyed, timer, [this, id] { cancel(id); });
-
-    const QPointer<QObject> owner = context;
-    const bool owned = context != nullptr;
-    auto deadline = monotonicTime() + delay;
-    connect(timer, &QTimer::timeout, this, [=, this]() mutable {
-        if (owned && !owner)
-            return;
-        const milliseconds now = monotonicTime();
-        if (now < deadline) {
-            timer->start(armable(deadline - now));
-            return;
-        }
-        if (repeating) {
-            deadline += delay;
-            if (deadline <= now) // the loop was held up: skip the missed ticks
-                deadline = now + delay;
-            timer->start(armable(deadline - now));
-        } else {
-            cancel(id);
-        }
-        task();
-    });
-    timer->start(armable(delay));
+    const milliseconds due = monotonicTime() + delay;
+    m_pending.insert(id, {due, repeating ? delay : milliseconds{0}, context, std::move(task)});
+    // One connection per context, however many tasks it has.
+    if (context && m_tasksOfContext[context]++ == 0)
+        connect(context, &QObject::destroyed, this, [this, context] { dropContext(context); });
+    push(due, id);
+    if (m_queue.front().id == id)
+        arm();
     return id;
+}
+
+void RealTimeScheduler::push(milliseconds at, TimerId id)
+{
+    m_queue.push_back({at, id});
+    std::push_heap(m_queue.begin(), m_queue.end(), std::greater<>());
 }
 
 void RealTimeScheduler::cancel(TimerId id)
 {
-    const QPointer<QTimer> timer = m_timers.take(id);
-    if (!timer)
+    const auto pending = m_pending.find(id);
+    if (pending == m_pending.end())
         return;
-    timer->stop();
-    timer->deleteLater();
+    const bool first = m_queue.front().id == id;
+    forget(pending);
+    if (first)
+        arm();
+}
+
+void RealTimeScheduler::forget(QHash<TimerId, Pending>::iterator pending)
+{
+    release(pending->context);
+    m_pending.erase(pending);
+    noteCancelled(1);
+}
+
+void RealTimeScheduler::release(QObject *context)
+{
+    if (context && --m_tasksOfContext[context] == 0) {
+        m_tasksOfContext.remove(context);
+        disconnect(context, &QObject::destroyed, this, nullptr);
+    }
+}
+
+void RealTimeScheduler::noteCancelled(qsizetype count)
+{
+    // Rebuilt once cancelled tasks outnumber the pending ones, so the heap stays bounded.
+    m_cancelledInQueue += count;
+    if (m_cancelledInQueue > 64 && m_cancelledInQueue > m_pending.size()) {
+        m_queue.clear();
+        for (auto each = m_pending.cbegin(); each != m_pending.cend(); ++each)
+            m_queue.push_back({each->due, each.key()});
+        std::make_heap(m_queue.begin(), m_queue.end(), std::greater<>());
+        m_cancelledInQueue = 0;
+    }
+}
+
+void RealTimeScheduler::dropContext(QObject *context)
+{
+    m_tasksOfContext.remove(context);
+    const qsizetype before = m_pending.size();
+    m_pending.removeIf(
+        [context](const auto &pending) { return pending.value().context == context; });
+    noteCancelled(before - m_pending.size());
+    arm();
+}
+
+void RealTimeScheduler::runDue()
+{
+    // One task at a time: a task may lay or cancel others, or delete its own context.
+    const milliseconds now = monotonicTime();
+    while (!m_queue.empty() && m_queue.front().at <= now) {
+        std::pop_heap(m_queue.begin(), m_queue.end(), std::greater<>());
+        const Due due = m_queue.back();
+        m_queue.pop_back();
+        const auto pending = m_pending.find(due.id);
+        if (pending == m_pending.end() || pending->due != due.at) {
+            --m_cancelledInQueue;
+            continue;
+        }
+        Task task;
+        if (pending->interval > milliseconds{0}) {
+            task = pending->task;
+            pending->due += pending->interval;
+            if (pending->due <= now) // the loop was held up: skip the missed ticks
+                pending->due = now + pending->interval;
+            push(pending->due, due.id);
+        } else {
+            task = std::move(pending->task);
+            release(pending->context);
+            m_pending.erase(pending);
+        }
+        task();
+    }
+    arm();
+}
+
+void RealTimeScheduler::arm()
+{
+    // Cancelled tasks at the front would only wake the loop for nothing.
+    while (!m_queue.empty() && !m_pending.contains(m_queue.front().id)) {
+        std::pop_heap(m_queue.begin(), m_queue.end(), std::greater<>());
+        m_queue.pop_back();
+        --m_cancelledInQueue;
+    }
+    if (m_queue.empty()) {
+        m_timer->stop();
+        return;
+    }
+    // QTimer counts in int milliseconds (about 24.8 days); a longer wait is armed in steps.
+    const milliseconds wait = m_queue.front().at - monotonicTime();
+    m_timer->start(int(std::clamp<qint64>(wait.count(), 0, INT_MAX)));
 }
 
 milliseconds RealTimeScheduler::monotonicTime() const
