@@ -15,12 +15,13 @@
 using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
 
-VTAOverlayView::VTAOverlayView(QQuickItem *parent)
-    : QQuickItem(parent), d(std::make_unique<OverlayController>(this))
+VTAOverlayView::VTAOverlayView(QQuickItem *parent) : QQuickItem(parent)
 {
-    // Focus given to the overlay goes on to the card or notice it shows.
+    // Focus given to the overlay goes on to the card or notice it shows. Set before the overlay
+    // has children of its own: Qt refuses it to an item in a window that has some.
     setFlag(ItemIsFocusScope);
     setActiveFocusOnTab(false);
+    d = std::make_unique<OverlayController>(this);
 }
 
 VTAOverlayView::~VTAOverlayView()
