@@ -54,7 +54,10 @@ QString plainClassName(const QMetaObject &type)
     return name.mid(name.lastIndexOf(u':') + 1);
 }
 
-QObject *createFromLayout(const QMetaObject &type)
+namespace {
+
+// The layout named after `type`, compiled once.
+QQmlComponent &layoutOf(const QMetaObject &type)
 {
     QQmlEngine &engine = sharedEngine();
     const QString name = plainClassName(type);
@@ -82,7 +85,20 @@ QObject *createFromLayout(const QMetaObject &type)
     }
     if (component->isError())
         fatal(u"%1: its layout does not load: %2"_s.arg(name, component->errorString()));
+    return *component;
+}
 
+} // namespace
+
+void compileLayout(const QMetaObject &type)
+{
+    layoutOf(type);
+}
+
+QObject *createFromLayout(const QMetaObject &type)
+{
+    QQmlComponent *component = &layoutOf(type);
+    const QString name = plainClassName(type);
     QObject *view = component->create();
     if (!view)
         fatal(u"%1: its layout does not load: %2"_s.arg(name, component->errorString()));

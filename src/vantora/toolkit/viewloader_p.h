@@ -34,6 +34,10 @@ T *fromNib()
     return static_cast<T *>(createFromLayout(T::staticMetaObject));
 }
 
+/// Compiles the layout createFromLayout() would use for `type`, so that the first view made from
+/// it does not wait for that.
+void compileLayout(const QMetaObject &type);
+
 /// The class name without its namespace: "Vantora::FocusTvButton" is "FocusTvButton".
 QString plainClassName(const QMetaObject &type);
 
