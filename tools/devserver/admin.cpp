@@ -140,6 +140,8 @@ void Admin::feed(const QString &event, const QJsonObject &data)
 
 void Admin::noteAnswer(const AnswerOutcome &outcome)
 {
+    if (m_hub.subscriberCount(consoleChannel) == 0)
+        return; // no console open: the totals would be counted for nobody
     const StoredAnswer &answer = outcome.answer;
     QJsonObject totals;
     if (answer.kind == "poll"_L1) {
@@ -158,6 +160,8 @@ void Admin::noteAnswer(const AnswerOutcome &outcome)
 
 void Admin::noteAnalytics(const Viewer &viewer, const QList<QByteArray> &events)
 {
+    if (m_hub.subscriberCount(consoleChannel) == 0)
+        return;
     QJsonArray list;
     for (const QByteArray &event : events)
         list.append(QJsonDocument::fromJson(event).object());

@@ -65,6 +65,11 @@ QString previewHelper()
 
 int main(int argc, char *argv[])
 {
+    // Qt's GLib event loop finds a socket among all the others by a linear search each time one
+    // is written to: with thousands of viewers connected, a live event then takes seconds to
+    // reach them all. Qt's own loop does not.
+    if (!qEnvironmentVariableIsSet("QT_NO_GLIB"))
+        qputenv("QT_NO_GLIB", "1");
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(u"vantora-devserver"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(VANTORA_VERSION));

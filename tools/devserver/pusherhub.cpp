@@ -280,6 +280,9 @@ qsizetype PusherHub::publish(const QStringList &channels, const QString &event, 
                 || (!excludedSocketId.isEmpty() && connection->socketId == excludedSocketId))
                 continue;
             socket->sendTextMessage(frame);
+            // Written now rather than on the socket's next turn of the event loop: one turn
+            // per subscriber is what a large audience would otherwise wait for.
+            socket->flush();
             ++sent;
         }
     }
