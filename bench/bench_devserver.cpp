@@ -6,8 +6,11 @@
 //            flight, as answers per second (each one a committed SQLite transaction).
 // Prints figures; asserts nothing.
 //
-//   vantora-bench-devserver [--subscribers 500] [--rounds 20] [--viewers 300]
+// Prints table rows "| figure | measured | goal | anchor |".
+//
+//   vantora-bench-devserver [--subscribers 1000,5000] [--rounds 20] [--viewers 300]
 
+#include "benchsupport.h"
 #include "devserver_p.h"
 #include "trigger_p.h"
 
@@ -19,47 +22,25 @@
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QUrlQuery>
 #include <QWebSocket>
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <vector>
 
 using namespace Vantora::DevServer;
+using namespace Bench;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-QElapsedTimer clock_;
-
-bool spinUntil(const std::function<bool()> &done, int ms)
-{
-    const QDeadlineTimer deadline(ms);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
-
-double percentile(std::vector<double> values, double p)
-{
-    if (values.empty())
-        return 0;
-    std::sort(values.begin(), values.end());
-    return values[std::min(values.size() - 1, size_t(p * double(values.size())))];
-}
-
-void print(const QString &line)
-{
-    std::printf("%s\n", line.toUtf8().constData());
-    std::fflush(stdout);
-}
 
 QByteArray multipart(const QJsonObject &data)
 {
@@ -69,23 +50,131 @@ QByteArray multipart(const QJsonObject &data)
         + "\r\n--Boundary-BENCH--\r\n";
 }
 
+struct FanOut
+{
+    std::vector<double> latencies; ///< trigger -> each subscriber
+    std::vector<double> lastArrivals; ///< trigger -> the last subscriber, per round
+};
+
+/// `subscribers` websocket clients on one channel; `rounds` triggers through the HTTP API, one
+/// at a time. Empty when the clients or a round did not complete.
+std::optional<FanOut> fanOut(const QString &origin, const PusherApp &pusher, int subscribers,
+                             int rounds)
+{
+    std::vector<std::unique_ptr<QWebSocket>> sockets;
+    int subscribed = 0;
+    FanOut result;
+    qint64 sentAt = 0;
+    int deliveredThisRound = 0;
+    double lastThisRound = 0;
+    for (int i = 0; i < subscribers; ++i) {
+        auto socket = std::make_unique<QWebSocket>();
+        QWebSocket *s = socket.get();
+        QObject::connect(s, &QWebSocket::textMessageReceived, s, [&, s](const QString &text) {
+            if (text.contains("connection_established"_L1)) {
+                s->sendTextMessage(
+                    uR"({"event":"pusher:subscribe","data":{"channel":"CH_bench"}})"_s);
+            } else if (text.contains("subscription_succeeded"_L1)) {
+                ++subscribed;
+            } else if (text.contains("\"bench\""_L1)) {
+                const double ms = msBetween(sentAt, nowNs());
+                result.latencies.push_back(ms);
+                lastThisRound = std::max(lastThisRound, ms);
+                ++deliveredThisRound;
+            }
+        });
+        s->open(QUrl(u"ws://"_s + origin + u"/app/"_s + pusher.key + u"?protocol=7"_s));
+        sockets.push_back(std::move(socket));
+        // An audience arrives over a while, not in one instant that overflows the listen queue.
+        if ((i + 1) % 250 == 0)
+            waitUntil([&] { return subscribed == i + 1; }, 30s);
+    }
+    const auto closeAll = qScopeGuard([&] {
+        for (auto &socket : sockets)
+            socket->abort();
+    });
+    if (!waitUntil([&] { return subscribed == subscribers; }, 120s)) {
+        std::fprintf(stderr, "%d of %d subscribers came up\n", subscribed, subscribers);
+        return std::nullopt;
+    }
+
+    QNetworkAccessManager network;
+    for (int round = 0; round < rounds; ++round) {
+        const QByteArray body =
+            QJsonDocument(QJsonObject{{u"name"_s, u"bench"_s},
+                                      {u"channel"_s, u"CH_bench"_s},
+                                      {u"data"_s, uR"({"smartTV":true,"id":"t400"})"_s}})
+                .toJson(QJsonDocument::Compact);
+        const QString path = u"/apps/"_s + pusher.id + u"/events"_s;
+        QUrlQuery query;
+        query.setQueryItems(
+            signedQuery(pusher, "POST", path, body, QDateTime::currentSecsSinceEpoch()));
+        QUrl url(u"http://"_s + origin + path);
+        url.setQuery(query);
+        QNetworkRequest request(url);
+        request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("application/json"));
+        deliveredThisRound = 0;
+        lastThisRound = 0;
+        sentAt = nowNs();
+        const std::unique_ptr<QNetworkReply> reply(network.post(request, body));
+        const bool complete = waitUntil([&] { return deliveredThisRound == subscribers; }, 30s);
+        waitUntil([&] { return reply->isFinished(); }, 5s);
+        if (!complete || reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 200)
+            return std::nullopt;
+        result.lastArrivals.push_back(lastThisRound);
+    }
+    return result;
+}
+
+/// Sends `total` requests made by `make(n)` with `inFlight` at a time; requests per second, and
+/// how many replies `ok` refused.
+std::pair<double, int> throughput(int total, int inFlight,
+                                  const std::function<QNetworkReply *(int)> &make,
+                                  const std::function<bool(const QByteArray &)> &ok)
+{
+    int next = 0, done = 0, failures = 0;
+    std::function<void()> sendNext = [&] {
+        if (next >= total)
+            return;
+        QNetworkReply *reply = make(next++);
+        QObject::connect(reply, &QNetworkReply::finished, reply, [&, reply] {
+            failures += ok(reply->readAll()) ? 0 : 1;
+            ++done;
+            reply->deleteLater();
+            sendNext();
+        });
+    };
+    QElapsedTimer elapsed;
+    elapsed.start();
+    for (int i = 0; i < inFlight; ++i)
+        sendNext();
+    waitUntil([&] { return done == total; }, 120s);
+    return {double(done) / (double(elapsed.nsecsElapsed()) / 1e9), failures + total - done};
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    qputenv("QT_NO_GLIB", "1"); // as vantora-devserver runs
     QCoreApplication app(argc, argv);
     QCommandLineParser parser;
     parser.addHelpOption();
-    const QCommandLineOption subscribersOption(u"subscribers"_s, u"Websocket subscribers."_s,
-                                               u"n"_s, u"500"_s);
+    const QCommandLineOption subscribersOption(
+        u"subscribers"_s, u"Websocket subscribers, one run per count."_s, u"n,n"_s, u"1000,5000"_s);
     const QCommandLineOption roundsOption(u"rounds"_s, u"Triggers to fan out."_s, u"n"_s, u"20"_s);
     const QCommandLineOption viewersOption(u"viewers"_s, u"Viewers who answer (5 answers each)."_s,
                                            u"n"_s, u"300"_s);
     parser.addOptions({subscribersOption, roundsOption, viewersOption});
     parser.process(app);
-    const int subscribers = parser.value(subscribersOption).toInt();
     const int rounds = parser.value(roundsOption).toInt();
     const int viewers = parser.value(viewersOption).toInt();
+
+    // Each subscriber takes two descriptors in this process, its own and the server's.
+    rlimit files{};
+    getrlimit(RLIMIT_NOFILE, &files);
+    files.rlim_cur = files.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &files);
 
     // The server, on its own thread with its own event loop.
     QTemporaryDir dir;
@@ -110,102 +199,42 @@ int main(int argc, char *argv[])
         Qt::BlockingQueuedConnection);
     const PusherApp pusher = ServerOptions{}.app;
     const QString origin = u"127.0.0.1:"_s + QString::number(port);
-    clock_.start();
+    bool failed = false;
 
-    // Fan-out.
-    std::vector<std::unique_ptr<QWebSocket>> sockets;
-    int subscribed = 0;
-    std::vector<double> latencies;
-    std::vector<double> lastArrivals;
-    qint64 sentAt = 0;
-    int deliveredThisRound = 0;
-    double lastThisRound = 0;
-    for (int i = 0; i < subscribers; ++i) {
-        auto socket = std::make_unique<QWebSocket>();
-        QWebSocket *s = socket.get();
-        QObject::connect(s, &QWebSocket::textMessageReceived, s, [&, s](const QString &text) {
-            if (text.contains("connection_established"_L1)) {
-                s->sendTextMessage(
-                    uR"({"event":"pusher:subscribe","data":{"channel":"CH_bench"}})"_s);
-            } else if (text.contains("subscription_succeeded"_L1)) {
-                ++subscribed;
-            } else if (text.contains("\"bench\""_L1)) {
-                const double ms = double(clock_.nsecsElapsed() - sentAt) / 1e6;
-                latencies.push_back(ms);
-                lastThisRound = std::max(lastThisRound, ms);
-                ++deliveredThisRound;
-            }
-        });
-        s->open(QUrl(u"ws://"_s + origin + u"/app/"_s + pusher.key + u"?protocol=7"_s));
-        sockets.push_back(std::move(socket));
-    }
-    if (!spinUntil([&] { return subscribed == subscribers; }, 60000)) {
-        print(u"only "_s + QString::number(subscribed) + u" subscribers came up"_s);
-        return 1;
-    }
-
-    QNetworkAccessManager network;
-    for (int round = 0; round < rounds; ++round) {
-        const QByteArray body =
-            QJsonDocument(QJsonObject{{u"name"_s, u"bench"_s},
-                                      {u"channel"_s, u"CH_bench"_s},
-                                      {u"data"_s, uR"({"smartTV":true,"id":"t400"})"_s}})
-                .toJson(QJsonDocument::Compact);
-        const QString path = u"/apps/"_s + pusher.id + u"/events"_s;
-        QUrlQuery query;
-        query.setQueryItems(
-            signedQuery(pusher, "POST", path, body, QDateTime::currentSecsSinceEpoch()));
-        QUrl url(u"http://"_s + origin + path);
-        url.setQuery(query);
-        QNetworkRequest request(url);
-        request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("application/json"));
-        deliveredThisRound = 0;
-        lastThisRound = 0;
-        sentAt = clock_.nsecsElapsed();
-        QNetworkReply *reply = network.post(request, body);
-        const bool complete = spinUntil([&] { return deliveredThisRound == subscribers; }, 30000);
-        spinUntil([reply] { return reply->isFinished(); }, 5000);
-        if (!complete
-            || reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 200) {
-            print(u"round "_s + QString::number(round) + u" failed"_s);
-            return 1;
+    for (const QString &count : parser.value(subscribersOption).split(u',')) {
+        const int subscribers = count.toInt();
+        const QString figure = u"dev server fan-out to "_s + count + u" subscribers"_s;
+        const std::optional<FanOut> run = fanOut(origin, pusher, subscribers, rounds);
+        if (!run) {
+            printRow(figure, u"failed: not every subscriber came up or heard every trigger"_s, {},
+                     {});
+            failed = true;
+            continue;
         }
-        reply->deleteLater();
-        lastArrivals.push_back(lastThisRound);
+        printRow(figure + u", trigger → each"_s, spread(run->latencies),
+                 subscribers >= 5000 ? u"p99 ≤ 100 ms"_s : QString(),
+                 u"trigger → last subscriber: p50 "_s + ms(percentile(run->lastArrivals, 0.5))
+                     + u", max "_s + ms(percentile(run->lastArrivals, 1)) + u" ("_s
+                     + QString::number(rounds) + u" triggers)"_s);
     }
-    print(u"fan-out: %1 subscribers on one channel, %2 triggers through the HTTP API"_s
-              .arg(subscribers)
-              .arg(rounds));
-    print(u"  trigger -> subscriber latency  p50 %1 ms  p99 %2 ms  (%3 deliveries)"_s
-              .arg(percentile(latencies, 0.50), 0, 'f', 2)
-              .arg(percentile(latencies, 0.99), 0, 'f', 2)
-              .arg(latencies.size()));
-    print(u"  trigger -> last subscriber     p50 %1 ms  max %2 ms"_s
-              .arg(percentile(lastArrivals, 0.50), 0, 'f', 2)
-              .arg(*std::max_element(lastArrivals.begin(), lastArrivals.end()), 0, 'f', 2));
-    for (auto &socket : sockets)
-        socket->abort();
-    sockets.clear();
 
-    // REST answers.
-    const QUrl api(u"http://"_s + origin + u"/userApi"_s);
+    // REST answers, each a committed SQLite transaction, beside a plain read of the channel list.
+    QNetworkAccessManager network;
+    const QString api = u"http://"_s + origin + u"/userApi"_s;
     const auto post = [&](const QString &path, const QJsonObject &data) {
-        QNetworkRequest request(QUrl(api.toString() + path));
+        QNetworkRequest request(QUrl(api + path));
         request.setHeader(QNetworkRequest::ContentTypeHeader,
                           QByteArray("multipart/form-data; boundary=Boundary-BENCH"));
         return network.post(request, multipart(data));
     };
     const QJsonObject who{{u"broadcasterName"_s, u"vantora-demo"_s}, {u"channelId"_s, u"1001"_s}};
     QStringList tokens;
-    for (int i = 0; i < viewers; ++i) {
-        QNetworkReply *reply = post(u"/user/register"_s, who);
-        QObject::connect(reply, &QNetworkReply::finished, reply, [&, reply] {
-            tokens
-                << QJsonDocument::fromJson(reply->readAll()).object().value("token"_L1).toString();
-            reply->deleteLater();
+    throughput(
+        viewers, 6, [&](int) { return post(u"/user/register"_s, who); },
+        [&](const QByteArray &body) {
+            tokens << QJsonDocument::fromJson(body).object().value("token"_L1).toString();
+            return true;
         });
-    }
-    spinUntil([&] { return tokens.size() == viewers; }, 60000);
 
     struct Answer
     {
@@ -217,45 +246,42 @@ int main(int argc, char *argv[])
                                 {u"/poll/answer_new/pr200"_s, u"Reds"_s},
                                 {u"/rating/answer_new/r300"_s, 4},
                                 {u"/trivia/answer/t400"_s, u"Brazil"_s}};
-    const int total = int(tokens.size() * answers.size());
-    int next = 0;
-    int done = 0;
-    int failures = 0;
-    std::function<void()> sendNext = [&] {
-        if (next >= total)
-            return;
-        const int n = next++;
-        QJsonObject data = who;
-        data.insert(u"userToken"_s, tokens[n / answers.size()]);
-        data.insert(u"answer"_s, answers[n % answers.size()].value);
-        QNetworkReply *reply = post(answers[n % answers.size()].path, data);
-        QObject::connect(reply, &QNetworkReply::finished, reply, [&, reply] {
-            const QJsonObject answer =
-                QJsonDocument::fromJson(reply->readAll()).object().value("answer"_L1).toObject();
-            if (!answer.value("isAnswered"_L1).toBool())
-                ++failures;
-            ++done;
-            reply->deleteLater();
-            sendNext();
-        });
-    };
     const int inFlight = 6; // what QNetworkAccessManager opens per host
-    QElapsedTimer restClock;
-    restClock.start();
-    for (int i = 0; i < inFlight; ++i)
-        sendNext();
-    spinUntil([&] { return done == total; }, 120000);
-    const double seconds = double(restClock.nsecsElapsed()) / 1e9;
-    print(u"REST: %1 answers by %2 viewers, %3 in flight"_s.arg(total)
-              .arg(tokens.size())
-              .arg(inFlight));
-    print(u"  %1 answers/s  (%2 s, %3 not recorded)"_s.arg(double(done) / seconds, 0, 'f', 0)
-              .arg(seconds, 0, 'f', 2)
-              .arg(failures));
+    const int total = int(tokens.size() * answers.size());
+    const auto [perSecond, refused] = throughput(
+        total, inFlight,
+        [&](int n) {
+            QJsonObject data = who;
+            data.insert(u"userToken"_s, tokens[n / answers.size()]);
+            data.insert(u"answer"_s, answers[n % answers.size()].value);
+            return post(answers[n % answers.size()].path, data);
+        },
+        [](const QByteArray &body) {
+            return QJsonDocument::fromJson(body)
+                .object()
+                .value("answer"_L1)
+                .toObject()
+                .value("isAnswered"_L1)
+                .toBool();
+        });
+    const auto [listsPerSecond, listFailures] = throughput(
+        total, inFlight,
+        [&](int) {
+            return network.get(QNetworkRequest(
+                QUrl(u"http://"_s + origin + u"/channels/vantora-demo__test3.json"_s)));
+        },
+        [](const QByteArray &body) { return !body.isEmpty(); });
+    printRow(u"dev server REST answers ("_s + QString::number(total) + u" by "_s
+                 + QString::number(tokens.size()) + u" viewers, "_s + QString::number(inFlight)
+                 + u" in flight)"_s,
+             QString::number(perSecond, 'f', 0) + u" answers/s"_s
+                 + (refused ? u", "_s + QString::number(refused) + u" not recorded"_s : QString()),
+             u"≥ 3,000 answers/s"_s,
+             u"channel list reads: "_s + QString::number(listsPerSecond, 'f', 0) + u" /s"_s);
 
     QMetaObject::invokeMethod(
         &onServerThread, [&] { server.reset(); }, Qt::BlockingQueuedConnection);
     serverThread.quit();
     serverThread.wait();
-    return failures == 0 && done == total ? 0 : 1;
+    return failed || refused || listFailures ? 1 : 0;
 }
