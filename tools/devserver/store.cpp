@@ -111,6 +111,9 @@ StoredAnswer readAnswer(const QSqlQuery &query)
     return answer;
 }
 
+const QString viewerById =
+    u"SELECT "_s + QLatin1StringView(viewerColumns) + u" FROM viewers WHERE id = ?"_s;
+
 QString randomToken()
 {
     std::array<quint32, 8> words;
@@ -149,8 +152,20 @@ Store::Store(QString connection) : m_connection(std::move(connection)) { }
 
 Store::~Store()
 {
+    m_statements.clear(); // before their connection goes
     QSqlDatabase::database(m_connection, false).close();
     QSqlDatabase::removeDatabase(m_connection);
+}
+
+QSqlQuery &Store::statement(const QString &sql) const
+{
+    auto found = m_statements.find(sql);
+    if (found == m_statements.end()) {
+        found = m_statements.emplace(sql, QSqlQuery(QSqlDatabase::database(m_connection))).first;
+        found->second.prepare(sql);
+    }
+    found->second.finish(); // whatever its last use left unread
+    return found->second;
 }
 
 Result<std::unique_ptr<Store>, QString> Store::open(const QString &file)
@@ -210,13 +225,14 @@ Result<Viewer, QString> Store::createViewer(const QString &broadcaster, const QS
 
 std::optional<Viewer> Store::viewerByToken(const QString &token) const
 {
-    QSqlQuery query(QSqlDatabase::database(m_connection));
-    query.prepare(u"SELECT "_s + QLatin1StringView(viewerColumns)
-                  + u" FROM viewers WHERE token = ?"_s);
+    QSqlQuery &query = statement(u"SELECT "_s + QLatin1StringView(viewerColumns)
+                                 + u" FROM viewers WHERE token = ?"_s);
     query.addBindValue(token);
     if (!query.exec() || !query.next())
         return std::nullopt;
-    return readViewer(query);
+    Viewer viewer = readViewer(query);
+    query.finish();
+    return viewer;
 }
 
 QList<Viewer> Store::viewers() const
@@ -238,22 +254,21 @@ Result<AnswerOutcome, QString> Store::recordAnswer(const StoredAnswer &answer)
     if (!transaction.isOpen())
         return u"storage: "_s + db.lastError().text();
     if (auto earlier = findAnswer(answer.viewerId, answer.channel, answer.kind, answer.item)) {
-        QSqlQuery query(db);
-        query.prepare(u"SELECT "_s + QLatin1StringView(viewerColumns)
-                      + u" FROM viewers WHERE id = ?"_s);
+        QSqlQuery &query = statement(viewerById);
         query.addBindValue(answer.viewerId);
         if (!query.exec() || !query.next())
             return sqlError(query);
-        return AnswerOutcome{false, *earlier, readViewer(query), 0};
+        const Viewer viewer = readViewer(query);
+        query.finish();
+        return AnswerOutcome{false, *earlier, viewer, 0};
     }
 
-    QSqlQuery query(db);
-    query.prepare(u"SELECT "_s + QLatin1StringView(viewerColumns)
-                  + u" FROM viewers WHERE id = ?"_s);
-    query.addBindValue(answer.viewerId);
-    if (!query.exec() || !query.next())
+    QSqlQuery &byId = statement(viewerById);
+    byId.addBindValue(answer.viewerId);
+    if (!byId.exec() || !byId.next())
         return u"storage: no viewer "_s + QString::number(answer.viewerId);
-    Viewer viewer = readViewer(query);
+    Viewer viewer = readViewer(byId);
+    byId.finish();
 
     viewer.expoints += answer.expoints;
     const qint64 reached = std::max(viewer.level, levelFor(viewer.expoints).number);
@@ -261,8 +276,8 @@ Result<AnswerOutcome, QString> Store::recordAnswer(const StoredAnswer &answer)
     viewer.level = reached;
     viewer.credits += answer.credits + gifts;
 
-    query.prepare(u"INSERT INTO answers ("_s + QLatin1StringView(answerColumns)
-                  + u", answered_at) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"_s);
+    QSqlQuery &query = statement(u"INSERT INTO answers ("_s + QLatin1StringView(answerColumns)
+                                 + u", answered_at) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"_s);
     query.addBindValue(answer.channel);
     query.addBindValue(answer.kind);
     query.addBindValue(answer.item);
@@ -276,13 +291,14 @@ Result<AnswerOutcome, QString> Store::recordAnswer(const StoredAnswer &answer)
     query.addBindValue(QDateTime::currentSecsSinceEpoch());
     if (!query.exec())
         return sqlError(query);
-    query.prepare(u"UPDATE viewers SET credits = ?, expoints = ?, level = ? WHERE id = ?"_s);
-    query.addBindValue(viewer.credits);
-    query.addBindValue(viewer.expoints);
-    query.addBindValue(viewer.level);
-    query.addBindValue(viewer.id);
-    if (!query.exec())
-        return sqlError(query);
+    QSqlQuery &update =
+        statement(u"UPDATE viewers SET credits = ?, expoints = ?, level = ? WHERE id = ?"_s);
+    update.addBindValue(viewer.credits);
+    update.addBindValue(viewer.expoints);
+    update.addBindValue(viewer.level);
+    update.addBindValue(viewer.id);
+    if (!update.exec())
+        return sqlError(update);
     if (!transaction.commit())
         return u"storage: "_s + db.lastError().text();
     return AnswerOutcome{true, answer, viewer, gifts};
@@ -291,8 +307,7 @@ Result<AnswerOutcome, QString> Store::recordAnswer(const StoredAnswer &answer)
 std::optional<StoredAnswer> Store::findAnswer(qint64 viewerId, const QString &channel,
                                               const QString &kind, const QString &item) const
 {
-    QSqlQuery query(QSqlDatabase::database(m_connection));
-    query.prepare(
+    QSqlQuery &query = statement(
         u"SELECT "_s + QLatin1StringView(answerColumns)
         + u" FROM answers WHERE viewer_id = ? AND channel = ? AND kind = ? AND item = ?"_s);
     query.addBindValue(viewerId);
@@ -301,7 +316,9 @@ std::optional<StoredAnswer> Store::findAnswer(qint64 viewerId, const QString &ch
     query.addBindValue(item);
     if (!query.exec() || !query.next())
         return std::nullopt;
-    return readAnswer(query);
+    StoredAnswer found = readAnswer(query);
+    query.finish();
+    return found;
 }
 
 QList<StoredAnswer> Store::answersOf(qint64 viewerId) const
@@ -425,9 +442,8 @@ Result<bool, QString> Store::addAnalytics(qint64 viewerId, const QString &broadc
 {
     QSqlDatabase db = QSqlDatabase::database(m_connection);
     Transaction transaction(db);
-    QSqlQuery query(db);
-    query.prepare(u"INSERT INTO analytics (viewer_id, broadcaster, event, received_at) "
-                  "VALUES (?, ?, ?, ?)"_s);
+    QSqlQuery &query = statement(u"INSERT INTO analytics (viewer_id, broadcaster, event, "
+                                 "received_at) VALUES (?, ?, ?, ?)"_s);
     for (const QByteArray &event : events) {
         query.addBindValue(viewerId);
         query.addBindValue(broadcaster);
