@@ -26,87 +26,65 @@ public:
 [[maybe_unused]] inline const bool realtimeOnLoopback =
     qputenv("VANTORA_REALTIME_URL", "ws://127.0.0.1:9");
 
-using namespace Vantora;
-using namespace Vantora::TestSupport;
-using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
-inline Poll poll(const QString &id, const QString &questionType = u"poll"_s)
+// Records are written with designated initializers that name only the members a test sets.
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+
+inline Poll poll(const QString &id, const QString &questionType = u"poll"_s,
+                 std::optional<qint64> home = 3, std::optional<qint64> away = 1)
 {
-    Poll poll;
-    poll.id = poll.name = id;
-    poll.question = u"Who scores next?"_s;
-    poll.questionType = questionType;
-    poll.status = u"active"_s;
-    poll.answers = {{u"Home"_s, {}, {}, false, {}, 3}, {u"Away"_s, {}, {}, false, {}, 1}};
-    return poll;
+    return {
+        .name = id,
+        .id = id,
+        .question = u"Who scores next?"_s,
+        .questionType = questionType,
+        .status = u"active"_s,
+        .answers = {{.answer = u"Home"_s, .totals = home}, {.answer = u"Away"_s, .totals = away}}};
 }
 
 inline Rating rating(const QString &id)
 {
-    Rating rating;
-    rating.id = id;
-    rating.name = u"How was the half?"_s;
-    rating.optionsNumber = u"5"_s;
-    rating.averageRate = 3.5;
-    rating.totalPeople = 4;
-    rating.totalPoints = 14;
-    return rating;
+    return {.name = u"How was the half?"_s,
+            .id = id,
+            .optionsNumber = u"5"_s,
+            .averageRate = 3.5,
+            .totalPeople = 4,
+            .totalPoints = 14};
 }
 
 inline Clock clockEntry(const QString &id, const QString &module, qint64 time, bool pause = false,
                         const QString &timeToStay = u"20"_s)
 {
-    Clock entry;
-    entry.id.value = id;
-    entry.module = module;
-    entry.time = time;
-    entry.timeToStay.value = timeToStay;
-    entry.isPause = pause;
-    entry.close_post_interaction = false;
-    entry.smartTV = true;
-    return entry;
+    return {{id}, module, time, {timeToStay}, pause, false, true};
 }
 
 /// The channel "ch1": polls p1 and p2, prediction pr1, rating r1, and no clock entries.
 inline StreamerInfo channel()
 {
-    StreamerInfo info;
-    info.id = u"ch1"_s;
-    info.polls = QList<Poll>{poll(u"p1"_s), poll(u"p2"_s)};
-    info.predictions = QList<Poll>{poll(u"pr1"_s, u"prediction"_s)};
-    info.ratings = QList<Rating>{rating(u"r1"_s)};
-    return info;
+    return {.id = u"ch1"_s,
+            .polls = QList<Poll>{poll(u"p1"_s), poll(u"p2"_s)},
+            .ratings = QList<Rating>{rating(u"r1"_s)},
+            .predictions = QList<Poll>{poll(u"pr1"_s, u"prediction"_s)}};
 }
 
 inline Trivia trivia(const QString &id)
 {
-    Trivia trivia;
-    trivia.question.id = id;
-    trivia.question.question = u"Which club won the first European Cup?"_s;
-    trivia.question.answers = {{u"Real Madrid"_s, {}}, {u"Benfica"_s, {}}};
-    return trivia;
+    return {{.id = id, .question = u"Who won?"_s, .answers = {{u"Real Madrid"_s}, {u"Benfica"_s}}}};
 }
 
 inline User user(const QString &token = u"tok-1"_s)
 {
-    User user;
-    user.token = token;
-    user.level = 3;
-    user.amount_of_credits_won = 100;
-    user.expirience_points = 20;
-    return user;
+    return {.token = token, .level = 3, .amount_of_credits_won = 100, .expirience_points = 20};
 }
 
-class OverlayTest : public testing::Test
+class OverlayTest : public ServiceTest
 {
 protected:
     static constexpr auto channelList = "/channels/bc__test3.json";
 
     OverlayTest()
     {
-        VTAServiceManager::shared().setTransport(
-            std::unique_ptr<Transport>(backend = new MemoryTransport));
         answer(channelList, R"([{"channel":"ch1","additionalPageSettings":"","urlB64":""}])");
         answer("/userApi/user/register", Json::encode(user(u"tok-new"_s)));
         answer("/userApi/user/login_by_token", Json::encode(user()));
@@ -141,10 +119,7 @@ protected:
     // Loads channel ch1 of broadcaster bc and lets start-up run (not the 2 s catch-up).
     void load()
     {
-        overlay->load(u"ch1"_s, u"bc"_s,
-                      VTAEnvironment(u"https://api.example.com/userApi"_s,
-                                     u"https://media.example.com"_s, u"k"_s, u"us2"_s, u"test3"_s),
-                      &host);
+        overlay->load(u"ch1"_s, u"bc"_s, environment(), &host);
         clock.runPending();
     }
 
@@ -198,8 +173,6 @@ protected:
     }
     OverlayState &state() { return controller->state; }
 
-    VirtualTimeScheduler clock;
-    MemoryTransport *backend = nullptr;
     RecordingHost host;
     QQuickWindow window;
     VTAOverlayView *overlay = nullptr; // owned by the window's content item

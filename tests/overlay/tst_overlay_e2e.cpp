@@ -8,27 +8,12 @@
 #include <vantora/records/vtadeployment.h>
 #include <vantora/views/poll/vtapollview.h>
 
-#include <QQmlComponent>
-#include <QQmlEngine>
 #include <QQuickWindow>
 #include <QSettings>
 #include <QTemporaryDir>
 
 using namespace Vantora::DevServerTest;
 using namespace Qt::Literals::StringLiterals;
-
-// A host that links the overlay must be able to make the built-in cards: their layouts name the
-// views' C++ bases ("VTAPollViewBase"), which the "Vantora" module registers.
-TEST(OverlayLinkedProgram, theCardLayoutsFindTheirViewTypes)
-{
-    QQmlEngine engine;
-    engine.addImportPath(u"qrc:/qt/qml"_s);
-    for (const QString &name :
-         {u"VTAPollView"_s, u"VTATriviaView"_s, u"VTARatingView"_s, u"VTANotice"_s}) {
-        QQmlComponent layout(&engine, QUrl(u"qrc:/qt/qml/Vantora/Views/%1.qml"_s.arg(name)));
-        EXPECT_TRUE(layout.isReady()) << qPrintable(layout.errorString());
-    }
-}
 
 TEST(OverlayAgainstDevServer, aPollTheBroadcasterClosesEndsOnTheViewersScreen)
 {

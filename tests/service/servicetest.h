@@ -5,22 +5,20 @@
 #include "vantora/service/vtaservicemanager_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
 
-#include <QJsonDocument>
 #include <QJsonObject>
-#include <QObject>
 #include <QRegularExpression>
-#include <QStringList>
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
+using namespace Vantora;
+using namespace Vantora::TestSupport;
+using namespace Qt::Literals::StringLiterals;
 
 /// A request as one line: "GET <url>", or "POST <url> <the JSON of its one form field>". On the
 /// way it checks what every request has: a 60-second idle time-out; for a GET no header and no
 /// body; for a POST only a Content-Type that names a "Boundary-<upper-case UUID>", and around the
 /// JSON the multipart envelope of that boundary, byte for byte.
-inline QString summary(const Vantora::HttpRequest &request)
+inline QString summary(const HttpRequest &request)
 {
     EXPECT_EQ(request.timeout, std::chrono::seconds{60});
     const QString line = QString::fromUtf8(request.method + ' ' + request.url.toEncoded());
@@ -28,23 +26,19 @@ inline QString summary(const Vantora::HttpRequest &request)
         EXPECT_TRUE(request.headers.isEmpty() && request.body.isEmpty());
         return line;
     }
-    static const QRegularExpression contentType(QStringLiteral(
-        "^multipart/form-data; boundary=(Boundary-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12})$"));
-    const auto match = contentType.match(QString::fromUtf8(request.headers.value(0).second));
-    EXPECT_TRUE(request.headers.size() == 1 && request.headers[0].first == "Content-Type"
-                && match.hasMatch());
-    const QByteArray boundary = "--" + match.captured(1).toUtf8();
-    const QByteArray head =
-        boundary + "\r\nContent-Disposition: form-data; name=\"request\"\r\n\r\n";
-    const QByteArray tail = "\r\n" + boundary + "--\r\n";
-    const QByteArray &body = request.body;
-    EXPECT_TRUE(body.startsWith(head) && body.endsWith(tail)) << body.toStdString();
-    return line + u' '
-        + QString::fromUtf8(body.mid(head.size(), body.size() - head.size() - tail.size()));
+    static const QRegularExpression form(
+        u"^--(Boundary-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12})\r\nContent-Disposition: "
+        "form-data; name=\"request\"\r\n\r\n(.*)\r\n--\\1--\r\n$"_s,
+        QRegularExpression::DotMatchesEverythingOption);
+    const auto match = form.match(QString::fromUtf8(request.body));
+    EXPECT_TRUE(match.hasMatch()) << request.body.toStdString();
+    const QByteArray type = "multipart/form-data; boundary=" + match.captured(1).toUtf8();
+    EXPECT_EQ(request.headers, (QList<std::pair<QByteArray, QByteArray>>{{"Content-Type", type}}));
+    return line + u' ' + match.captured(3);
 }
 
 /// The JSON of a POST's one form field, after the checks of summary().
-inline QJsonObject requestField(const Vantora::HttpRequest &request)
+inline QJsonObject requestField(const HttpRequest &request)
 {
     return QJsonDocument::fromJson(summary(request).section(u' ', 2).toUtf8()).object();
 }
@@ -55,20 +49,16 @@ class ServiceTest : public testing::Test
 protected:
     ServiceTest()
     {
-        auto transport = std::make_unique<Vantora::TestSupport::MemoryTransport>();
-        backend = transport.get();
-        service().setTransport(std::move(transport));
-        service().setEnvironment(environment(QStringLiteral("https://api.example.com/userApi")));
+        service().setTransport(std::unique_ptr<Transport>(backend = new MemoryTransport));
+        service().setEnvironment(environment());
     }
 
-    static Vantora::VTAServiceManager &service() { return Vantora::VTAServiceManager::shared(); }
+    static VTAServiceManager &service() { return VTAServiceManager::shared(); }
 
-    static VTAEnvironment
-    environment(const QString &apiBaseURL,
-                const QString &imageBaseURL = QStringLiteral("https://media.example.com"))
+    static VTAEnvironment environment(const QString &api = u"https://api.example.com/userApi"_s,
+                                      const QString &images = u"https://media.example.com"_s)
     {
-        return VTAEnvironment(apiBaseURL, imageBaseURL, QStringLiteral("2c3d4e5f607182930415"),
-                              QStringLiteral("us2"), QStringLiteral("test3"));
+        return VTAEnvironment(api, images, u"2c3d4e5f607182930415"_s, u"us2"_s, u"test3"_s);
     }
 
     /// The cases of one family: the lines of the section of tests/data/service_cases.txt whose
@@ -77,12 +67,12 @@ protected:
     {
         QList<QStringList> rows;
         bool inside = false;
-        const QByteArray text = Vantora::TestSupport::loadFixture(u"service_cases.txt");
-        for (const QString &line : QString::fromUtf8(text).split(u'\n')) {
+        for (const QString &line :
+             QString::fromUtf8(loadFixture(u"service_cases.txt")).split(u'\n')) {
             if (line.startsWith(u"## "))
                 inside = line.mid(3).startsWith(section);
             else if (inside && !line.isEmpty() && !line.startsWith(u'#'))
-                rows.append(line.split(QStringLiteral(" | ")));
+                rows.append(line.split(u" | "_s));
         }
         EXPECT_FALSE(rows.isEmpty()) << "no cases for " << section.toString().toStdString();
         return rows;
@@ -103,12 +93,12 @@ protected:
     std::string sentRequests() const
     {
         QStringList lines;
-        for (const Vantora::HttpRequest &request : backend->requests())
+        for (const HttpRequest &request : backend->requests())
             lines.append(summary(request));
         return lines.join(u'\n').toStdString();
     }
 
-    Vantora::VirtualTimeScheduler clock;
-    Vantora::TestSupport::MemoryTransport *backend = nullptr;
+    VirtualTimeScheduler clock;
+    MemoryTransport *backend = nullptr;
     QObject owner;
 };

@@ -5,15 +5,6 @@
 
 #include <vantora/records/vtadeployment.h>
 
-#include <QBuffer>
-#include <QImage>
-#include <QLoggingCategory>
-#include <QSet>
-
-using namespace Vantora;
-using namespace Vantora::TestSupport;
-using namespace Qt::Literals::StringLiterals;
-
 TEST_F(ServiceTest, everyOperationSendsItsOwnRequest)
 {
     VTADeployment deployment = VTADeployment::current();
@@ -32,10 +23,6 @@ TEST_F(ServiceTest, everyOperationSendsItsOwnRequest)
     service().answerTrivia(u"tok"_s, u"ch1"_s, u"bc"_s, u"t1"_s, u"Paris"_s, &owner, ignore);
     service().checkChannels(u"bc"_s, &owner, ignore);
     EXPECT_EQ(sentRequests(), expected);
-    QSet<QByteArray> boundaries;
-    for (const HttpRequest &request : backend->requests())
-        boundaries.insert(request.headers.value(0).second);
-    EXPECT_EQ(boundaries.size(), backend->requests().size()) << "a boundary of its own for each";
     clock.runPending();
 }
 
@@ -70,19 +57,18 @@ TEST_F(ServiceTest, analyticsCountryIsIlOnADeviceSetToIsraelAndUsElsewhere)
 TEST_F(ServiceTest, urlsJoinTheBaseOfTheirMomentAndTakeIdsAndPathsAsTheyStand)
 {
     QStringList expected;
-    int images = 0;
-    int imageRequests = 0;
+    int completions = 0; // one for each image requested, none for an image without a URL
     for (const QStringList &row : cases(u"urls")) {
         const bool image = row[0] == u"image";
         if (row[3] != u"-") {
             expected.append(row[3]);
             backend->answer(QUrl(row[3]).path(), {404, {}, {}});
-            imageRequests += image;
+            completions -= image;
         }
         service().setEnvironment(image ? environment(u"http://a/api"_s, row[1])
                                        : environment(row[1]));
         if (image)
-            service().getImage(row[2], &owner, [&](QImage, auto) { ++images; });
+            service().getImage(row[2], &owner, [&](QImage, auto) { ++completions; });
         else
             service().answerPoll(u"tok"_s, u"ch1"_s, u"bc"_s, row[2], u"Yes"_s, &owner,
                                  [](auto) {});
@@ -92,7 +78,7 @@ TEST_F(ServiceTest, urlsJoinTheBaseOfTheirMomentAndTakeIdsAndPathsAsTheyStand)
     for (const HttpRequest &request : backend->requests())
         sent.append(QString::fromUtf8(request.url.toEncoded()));
     EXPECT_EQ(sent, expected) << "each request with the base it was made with";
-    EXPECT_EQ(images, imageRequests);
+    EXPECT_EQ(completions, 0);
 
     // An API base that makes no URL is a programming error.
     service().setEnvironment(environment(u"https://api.example.com:99999/userApi"_s));
@@ -103,11 +89,8 @@ TEST_F(ServiceTest, urlsJoinTheBaseOfTheirMomentAndTakeIdsAndPathsAsTheyStand)
 
 TEST_F(ServiceTest, theLogShowsRequestsAndRepliesButNeverTheToken)
 {
-    static QStringList log;
     const std::string expected = expectedLines(u"log");
-    const QtMessageHandler previous = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext &, const QString &message) { log.append(message); });
-    QLoggingCategory::setFilterRules(u"vantora.service.debug=true"_s);
+    LogCapture log("vantora.service");
     backend->answer(u"/userApi/user/login_by_token"_s, {200, loadFixture(u"user.json"), {}});
     backend->answer(u"/userApi/streamer/getInfo"_s, {0, {}, u"Connection refused"_s});
     backend->answer(u"/userApi/poll/answer_new/p1"_s, {500, "{}", {}});
@@ -116,9 +99,7 @@ TEST_F(ServiceTest, theLogShowsRequestsAndRepliesButNeverTheToken)
     service().answerPoll(u"s3cret-t0ken"_s, u"ch1"_s, u"bc"_s, u"p1"_s, u"A"_s, &owner,
                          [](auto) {});
     clock.runPending();
-    QLoggingCategory::setFilterRules(u"vantora.service.debug=false"_s);
-    qInstallMessageHandler(previous);
-    EXPECT_EQ(log.join(u'\n').toStdString(), expected);
+    EXPECT_EQ(log.take().join(u'\n').toStdString(), expected);
 }
 
 TEST_F(ServiceTest, repliesAreJudgedByTheirBodyAloneAndDescribedForTheLog)
@@ -158,26 +139,21 @@ TEST_F(ServiceTest, aCompletionWhoseOwnerIsGoneNeverRuns)
 
 TEST_F(ServiceTest, anImageIsWhateverDecodesAndFailsOnlyWithItsExchange)
 {
-    QImage picture(48, 40, QImage::Format_ARGB32);
-    picture.fill(Qt::red);
-    QByteArray png;
-    QBuffer buffer(&png);
-    picture.save(&buffer, "PNG");
+    const QByteArray png = QByteArray::fromBase64( // 6 x 5 red pixels
+        "iVBORw0KGgoAAAANSUhEUgAAAAYAAAAFCAIAAADpOgqxAAAAEUlEQVR42mP4z8CAhhioKAQAqfsd4yomZBQAAAAASU"
+        "VORK5CYII=");
     backend->answer(u"/poll.png"_s, {200, png, {}});
     backend->answer(u"/missing.png"_s, {404, "<html>Not found</html>", {}}); // a reply all the same
     backend->answer(u"/cut.png"_s, {0, {}, u"Host unreachable"_s});
     QStringList outcomes;
     for (const QString &path : {u"poll.png"_s, u"/missing.png"_s, u"cut.png"_s})
-        service().getImage(
-            path, &owner, [&outcomes](QImage image, std::optional<ServiceError> error) {
-                outcomes.append(u"%1x%2 %3 %4"_s.arg(image.width())
-                                    .arg(image.height())
-                                    .arg(image.isNull() ? u"-"_s : image.pixelColor(3, 3).name(),
-                                         error ? describe(*error) : u"ok"_s));
-            });
+        service().getImage(path, &owner, [&](QImage image, std::optional<ServiceError> error) {
+            outcomes.append(u"%1x%2 %3"_s.arg(image.width())
+                                .arg(image.height())
+                                .arg(error ? describe(*error) : u"ok"_s));
+        });
     EXPECT_TRUE(outcomes.isEmpty());
     clock.runPending();
-    EXPECT_EQ(
-        outcomes,
-        QStringList({u"48x40 #ff0000 ok"_s, u"0x0 - ok"_s, u"0x0 - no reply: Host unreachable"_s}));
+    EXPECT_EQ(outcomes,
+              QStringList({u"6x5 ok"_s, u"0x0 ok"_s, u"0x0 no reply: Host unreachable"_s}));
 }
