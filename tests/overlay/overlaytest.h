@@ -123,13 +123,24 @@ protected:
         clock.runPending();
     }
 
-    // The paths requested so far, in order, without the analytics reports.
+    // Loads channel ch1 with these clock entries and injections.
+    void loadWith(const QList<Clock> &clocks, const QList<Injection> &injections = {})
+    {
+        StreamerInfo info = channel();
+        info.clocks = clocks;
+        info.injections = injections;
+        answer("/userApi/streamer/getInfo", Json::encode(info));
+        load();
+    }
+
+    // The paths requested so far, in order, those of the API without its "/userApi", and without
+    // the analytics reports.
     QStringList paths() const
     {
         QStringList paths;
         for (const HttpRequest &request : backend->requests())
-            paths.append(request.url.path());
-        paths.removeAll(u"/userApi/analytics/add"_s);
+            paths.append(request.url.path().replace(u"/userApi/"_s, u"/"_s));
+        paths.removeAll(u"/analytics/add"_s);
         return paths;
     }
 

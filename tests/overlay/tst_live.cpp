@@ -58,9 +58,8 @@ TEST_F(LiveTest, answerRepliesRecordTheAnswerAndUpdateTheViewersTotals)
     answer("/userApi/trivia/getQuestionById/q7", Json::encode(trivia(u"q7"_s)));
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
-        state().totalCredits = 100;
-        state().totalExpoints = 20;
-        state().level = 3;
+        std::tie(state().totalCredits, state().totalExpoints, state().level) =
+            std::tuple(100, 20, 3);
         state().pollAnswers.clear();
         if (row.quiz) {
             answer("/userApi/trivia/answer/q7",
@@ -80,9 +79,8 @@ TEST_F(LiveTest, answerRepliesRecordTheAnswerAndUpdateTheViewersTotals)
             vote(poll(u"p1"_s));
             EXPECT_EQ(state().pollAnswers.value(u"p1"_s), u"Home"_s);
         }
-        EXPECT_EQ(state().totalCredits, row.credits);
-        EXPECT_EQ(state().totalExpoints, row.experience);
-        EXPECT_EQ(state().level, row.level);
+        EXPECT_EQ(std::tie(state().totalCredits, state().totalExpoints, state().level),
+                  std::tuple(row.credits, row.experience, row.level));
         EXPECT_EQ(text(card()->infoView()->levelLabel()), QString::number(row.level));
         closeCard();
     }
@@ -229,12 +227,9 @@ TEST_F(LiveTest, aSettledPredictionAddsTheWinAndShowsANoticeClosedTwice)
 
 TEST_F(LiveTest, reportsCarryTheLatestAttributionAndNeedAToken)
 {
-    StreamerInfo info = channel();
-    info.clocks = {clockEntry(u"p1"_s, u"polls"_s, 12)};
-    answer("/userApi/streamer/getInfo", Json::encode(info));
     answer("/userApi/user/login_by_token", Json::encode(user(u"tok-2"_s))); // renewed
     const qsizetype first = backend->requests().size();
-    load();
+    loadWith({clockEntry(u"p1"_s, u"polls"_s, 12)});
     clock.advanceBy(12s);
     ASSERT_TRUE(pollCard());
     EXPECT_EQ(reports().last(), u"view Polls clock p1 12"_s);
