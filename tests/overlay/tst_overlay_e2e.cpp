@@ -21,13 +21,11 @@ TEST(OverlayAgainstDevServer, aPollTheBroadcasterClosesEndsOnTheViewersScreen)
     ServerProcess server(QStringLiteral(VANTORA_DEVSERVER),
                          {u"--port"_s, u"0"_s, u"--data"_s, demoFolder, u"--db"_s,
                           database.filePath(u"overlay.sqlite"_s)});
+    // Set up as the server's start-up lines tell a host: its exports in the environment.
     const QHash<QString, QString> exported = server.exported();
-    VTADeployment deployment = VTADeployment::current();
-    deployment.testApiBaseURL = exported.value(u"VANTORA_API_BASE"_s);
-    deployment.imageBaseURL = exported.value(u"VANTORA_IMAGE_BASE"_s);
-    deployment.channelsBaseURL = exported.value(u"VANTORA_CHANNELS_BASE"_s);
-    deployment.realtimeURL = exported.value(u"VANTORA_REALTIME_URL"_s);
-    VTADeployment::configure(deployment);
+    for (auto it = exported.cbegin(); it != exported.cend(); ++it)
+        qputenv(it.key().toUtf8(), it.value().toUtf8());
+    VTADeployment::configure(VTADeployment::builtIn());
 
     QQuickWindow window;
     auto *overlay = new VTAOverlayView(window.contentItem());
