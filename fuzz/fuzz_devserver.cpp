@@ -58,14 +58,16 @@ struct Server
 };
 
 const char *const backendPaths[] = {
-    "/user/register",          "/user/login_by_token",       "/streamer/getInfo",
-    "/poll/answer_new/p100",   "/poll/answer_new/pr200",     "/rating/answer_new/r300",
-    "/trivia/answer/t400",     "/trivia/getQuestionById/t400", "/analytics/add",
-    "/user/info",
+    "/user/register",         "/user/login_by_token",
+    "/streamer/getInfo",      "/poll/answer_new/p100",
+    "/poll/answer_new/pr200", "/rating/answer_new/r300",
+    "/trivia/answer/t400",    "/trivia/getQuestionById/t400",
+    "/analytics/add",         "/user/info",
 };
 const char *const adminPaths[] = {
-    "/inject", "/streamer-info", "/stop-poll", "/settle", "/refresh", "/items", "/items/delete",
-    "/realtime/close", "/realtime/send", "/realtime/quirks", "/realtime/auth", "/totals",
+    "/inject",        "/streamer-info",   "/stop-poll",     "/settle",
+    "/refresh",       "/items",           "/items/delete",  "/realtime/close",
+    "/realtime/send", "/realtime/quirks", "/realtime/auth", "/totals",
 };
 
 } // namespace
