@@ -6,6 +6,7 @@
 #include <vantora/records/vtaenvironment.h>
 
 #include <QElapsedTimer>
+#include <QRandomGenerator>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -111,4 +112,70 @@ export VANTORA_REALTIME_URL=ws://%1)"_s.arg(u"127.0.0.1:"_s + QString::number(se
     EXPECT_EQ(server.finish(5000), 0);
     ASSERT_TRUE(waitUntil([&] { return client.closed; }));
     EXPECT_EQ(int(client.socket.closeCode()), 1001);
+}
+
+// Killed at any moment of a load of viewers answering at once, the server restarted on the same
+// database holds every answer it acknowledged, none it was not sent, and totals counted from
+// exactly what it holds.
+TEST(Process, acknowledgedAnswersSurviveKill9AtAnyMomentOfALoad)
+{
+    QTemporaryDir dir;
+    const QStringList arguments{u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"db"_s)};
+    const std::pair<const char *, const char *> answers[] = {{"poll/answer_new/p100", "\"Latte\""},
+                                                             {"poll/answer_new/pr200", "\"Reds\""},
+                                                             {"rating/answer_new/r300", "4"}};
+    QNetworkAccessManager network;
+    QSet<QString> sent, acknowledged; // "<token> <item>"
+    QRandomGenerator random(2026);
+    for (int round = 0; round < 5; ++round) {
+        ServerProcess server(program, arguments);
+        int pending = 0;
+        for (int viewer = 0; viewer < 12; ++viewer) {
+            const QString token = httpRequest(at(server.port, u"/userApi/user/register"_s), "POST",
+                                              sdkRequest("$W"), sdkContentType)
+                                      .json()["token"_L1]
+                                      .toString();
+            for (const auto &[operation, answer] : answers) {
+                QNetworkRequest request(at(server.port, u"/userApi/"_s + QLatin1String(operation)));
+                request.setHeader(QNetworkRequest::ContentTypeHeader, sdkContentType);
+                const QString key = token + u' ' + QString::fromLatin1(operation).section(u'/', -1);
+                sent.insert(key);
+                ++pending;
+                QNetworkReply *reply = network.post(
+                    request, sdkRequest(R"($W,"answer":)" + QByteArray(answer), token));
+                QObject::connect(reply, &QNetworkReply::finished, reply, [&, reply, key] {
+                    if (jsonObject(reply->readAll())["answer"_L1]["isAnswered"_L1].toBool())
+                        acknowledged.insert(key);
+                    --pending;
+                    reply->deleteLater();
+                });
+            }
+        }
+        QTest::qWait(int(random.bounded(0, 60))); // somewhere in the middle of the load
+        server.process.kill();
+        ASSERT_TRUE(waitUntil([&] { return pending == 0; }));
+    }
+    ASSERT_GT(acknowledged.size(), 0);
+    EXPECT_LT(acknowledged.size(), sent.size()) << "no kill fell in the middle of the load";
+
+    ServerProcess server(program, arguments);
+    QHash<qint64, QString> tokens;
+    for (const QJsonValue viewer : admin(server.port, u"viewers"_s).array())
+        tokens.insert(viewer["id"_L1].toInteger(), viewer["token"_L1].toString());
+    QSet<QString> stored;
+    QHash<QString, qint64> counted; // answers per item
+    for (const QJsonValue answer : admin(server.port, u"answers"_s).array()) {
+        stored.insert(tokens.value(answer["viewerId"_L1].toInteger()) + u' '
+                      + answer["item"_L1].toString());
+        ++counted[answer["item"_L1].toString()];
+    }
+    EXPECT_TRUE(stored.contains(acknowledged)) << "acknowledged answers were lost";
+    EXPECT_TRUE(sent.contains(stored)) << "answers never sent were stored";
+    const QJsonObject totals = admin(server.port, u"totals?channel=1001"_s).object();
+    EXPECT_EQ(totals["polls"_L1]["p100"_L1]["Latte"_L1].toInteger(), counted.value(u"p100"_s));
+    EXPECT_EQ(totals["polls"_L1]["pr200"_L1]["Reds"_L1].toInteger(), counted.value(u"pr200"_s));
+    EXPECT_EQ(totals["ratings"_L1]["r300"_L1]["totalPeople"_L1].toInteger(),
+              counted.value(u"r300"_s));
+    EXPECT_EQ(totals["ratings"_L1]["r300"_L1]["totalPoints"_L1].toInteger(),
+              4 * counted.value(u"r300"_s));
 }

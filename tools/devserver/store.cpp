@@ -340,8 +340,10 @@ QList<StoredAnswer> Store::answers(const QString &channel) const
     QSqlQuery query(QSqlDatabase::database(m_connection));
     query.prepare(u"SELECT "_s + QLatin1StringView(answerColumns)
                   + u" FROM answers WHERE ? = '' OR channel = ? ORDER BY answered_at, rowid"_s);
-    query.addBindValue(channel);
-    query.addBindValue(channel);
+    // A null text would be bound as NULL, which equals nothing: no channel named means all.
+    const QString wanted = channel.isNull() ? u""_s : channel;
+    query.addBindValue(wanted);
+    query.addBindValue(wanted);
     QList<StoredAnswer> answers;
     if (query.exec()) {
         while (query.next())
