@@ -22,6 +22,8 @@ public:
     void answer(const QString &path, HttpReply reply) { m_answers.insert(path, std::move(reply)); }
 
     const QList<HttpRequest> &requests() const { return m_requests; }
+    /// Forgets the requests kept so far (a long run would otherwise keep them all).
+    void forget() { m_requests.clear(); }
 
     void send(HttpRequest request, QObject *context, Done done) override;
 
