@@ -223,3 +223,43 @@ TEST_F(BackendTest, channelListsAndMedia)
         EXPECT_EQ(reply.left(reply.indexOf("\r\n")), "HTTP/1.1 "_ba + status) << path;
     }
 }
+
+// The faults a client's tests can order: each as a real backend's network shows it, for as many
+// requests as asked, on the paths named, and then the server is itself again.
+TEST_F(BackendTest, faultsOrderedForAClientsTestsMisbehaveAsRealBackendsDo)
+{
+    const QString list = u"/channels/vantora-demo__test3.json"_s;
+    const auto fault = [&](const char *kind, int times = 1) {
+        return admin(u"faults"_s,
+                     uR"({"path":"/channels/","fault":"%1","times":%2})"_s.arg(QLatin1String(kind))
+                         .arg(times)
+                         .toUtf8())
+            .status;
+    };
+    const auto got = [&] {
+        QNetworkAccessManager network;
+        const std::unique_ptr<QNetworkReply> reply(network.get(QNetworkRequest(at(m_port, list))));
+        EXPECT_TRUE(waitUntil([&] { return reply->isFinished(); }));
+        return u"%1 %2 %3"_s.arg(int(reply->error()))
+            .arg(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt())
+            .arg(QString::fromUtf8(reply->readAll().left(15)));
+    };
+    const QString fine = got();
+    EXPECT_TRUE(fine.startsWith(u"0 200 [{"_s)) << fine.toStdString();
+    // A reset connection is tried again once by the client, so it is ordered twice.
+    for (const auto &[kind, times, seen] : {std::tuple{"html500", 1, "401 500 <!DOCTYPE html>"},
+                                            {"notjson", 1, "0 200 <!DOCTYPE html>"},
+                                            {"notimage", 1, "0 200 this is not a p"},
+                                            {"truncated", 1, "2 200 {\"data\":{\"id\":\""},
+                                            {"reset", 2, "2 0 "}}) {
+        ASSERT_EQ(fault(kind, times), 200);
+        EXPECT_EQ(got(), QString::fromLatin1(seen)) << kind;
+        EXPECT_EQ(got(), fine) << kind << ": only as often as ordered";
+    }
+    ASSERT_EQ(fault("notjson", 0), 200);
+    EXPECT_EQ(api(u"/user/register"_s, "$W").status, 200) << "other paths are themselves";
+    EXPECT_EQ(got(), got());
+    EXPECT_EQ(admin(u"faults"_s, R"({"clear":true})").status, 200);
+    EXPECT_EQ(got(), fine);
+    EXPECT_EQ(admin(u"faults"_s, R"({"path":"/","fault":"slow"})").status, 400);
+}

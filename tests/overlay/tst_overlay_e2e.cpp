@@ -52,3 +52,57 @@ TEST(OverlayAgainstDevServer, aPollTheBroadcasterClosesEndsOnTheViewersScreen)
         return title->property("text") == u"Best part of the half-time show? [POLL CLOSED]"_s;
     })) << title->property("text").toString().toStdString();
 }
+
+// A backend that misbehaves at start-up as real ones do: each failure ends in its report and
+// nothing else; once the backend is itself again, the next load works and live events arrive.
+TEST(OverlayAgainstDevServer, aMisbehavingBackendEndsInAReportAndTheNextLoadWorks)
+{
+    QTemporaryDir database;
+    ServerProcess server(QStringLiteral(VANTORA_DEVSERVER),
+                         {u"--port"_s, u"0"_s, u"--data"_s, demoFolder, u"--db"_s,
+                          database.filePath(u"overlay.sqlite"_s)});
+    const QHash<QString, QString> exported = server.exported();
+    for (auto it = exported.cbegin(); it != exported.cend(); ++it)
+        qputenv(it.key().toUtf8(), it.value().toUtf8());
+    VTADeployment::configure(VTADeployment::builtIn());
+    VTAOverlayView::resetUser();
+
+    QQuickWindow window;
+    auto *overlay = new VTAOverlayView(window.contentItem());
+    overlay->setSize({1920, 1080});
+    window.show();
+    QList<VTAOverlayView::SessionFailure> failures;
+    QObject::connect(overlay, &VTAOverlayView::sessionFailed, overlay,
+                     [&](VTAOverlayView::SessionFailure failure) { failures.append(failure); });
+    using enum VTAOverlayView::SessionFailure;
+    for (const auto &[path, fault, failure] :
+         {std::tuple{"/channels/", "notjson", ChannelNotVerified},
+          {"/channels/", "reset", ChannelNotVerified},
+          {"/userApi/user/register", "truncated", RegisterFailed},
+          {"/userApi/streamer/getInfo", "html500", ChannelInfoFailed},
+          {"/userApi/streamer/getInfo", "reset", ChannelInfoFailed}}) {
+        admin(server.port, u"faults"_s,
+              {{u"path"_s, QLatin1String(path)},
+               {u"fault"_s, QLatin1String(fault)},
+               {u"times"_s, 2}});
+        failures.clear();
+        overlay->load(u"1001"_s, u"vantora-demo"_s, VTAEnvironment::testDefault());
+        EXPECT_TRUE(waitUntil([&] { return failures.contains(failure); }, 10000))
+            << path << ' ' << fault;
+        admin(server.port, u"faults"_s, {{u"clear"_s, true}});
+        EXPECT_FALSE(overlay->isDisplayingInteraction());
+    }
+
+    // Pictures that are not pictures leave their place empty; the card shows all the same.
+    admin(server.port, u"faults"_s,
+          {{u"path"_s, u"/media/"_s}, {u"fault"_s, u"notimage"_s}, {u"times"_s, 0}});
+    overlay->load(u"1001"_s, u"vantora-demo"_s, VTAEnvironment::testDefault());
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            return admin(server.port, u"realtime/connections"_s).toJson().contains("\"CH_1001\"");
+        },
+        10000));
+    admin(server.port, u"inject"_s,
+          {{u"channel"_s, u"1001"_s}, {u"kind"_s, u"poll"_s}, {u"id"_s, u"p100"_s}});
+    EXPECT_TRUE(waitUntil([&] { return overlay->isDisplayingInteraction(); }));
+}

@@ -21,6 +21,8 @@
 #include <QTimer>
 #include <QWebSocket>
 
+#include <sys/socket.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace Vantora::DevServer {
@@ -129,6 +131,8 @@ bool DevServer::handleRequest(const QHttpServerRequest &request, QTcpSocket *soc
     // and the hub checks the key and protocol on the connection itself.
     if (isWebSocketUpgrade(request))
         return request.url().path().startsWith("/app/"_L1);
+    if (misbehave(request, socket))
+        return true;
 
     if (request.url().path() == "/admin/preview"_L1 && authorized(request)) {
         HttpReply refusal;
@@ -143,6 +147,67 @@ bool DevServer::handleRequest(const QHttpServerRequest &request, QTcpSocket *soc
     makeResponder(request, socket)
         .write(reply.body, {{"Content-Type", reply.contentType}},
                static_cast<QHttpServerResponder::StatusCode>(reply.status));
+    return true;
+}
+
+HttpReply DevServer::setFault(QByteArrayView body)
+{
+    static const QStringList kinds{u"html500"_s,   u"notjson"_s, u"notimage"_s,
+                                   u"truncated"_s, u"reset"_s,   u"silent"_s};
+    const QJsonObject request = QJsonDocument::fromJson(body.toByteArray()).object();
+    if (request.value("clear"_L1).toBool()) {
+        m_faults.clear();
+        return HttpReply{200, "{}"};
+    }
+    const QString path = request.value("path"_L1).toString();
+    const QString kind = request.value("fault"_L1).toString();
+    const QJsonValue times = request.value("times"_L1);
+    if (!path.startsWith(u'/') || !kinds.contains(kind)
+        || !(times.isUndefined() || (times.isDouble() && times.toInt(-1) >= 0)))
+        return HttpReply::error(400,
+                                u"expected {\"path\": \"/...\", \"fault\": one of "_s
+                                    + kinds.join(u", "_s)
+                                    + u", \"times\"?: a whole number, 0 for ever}"_s);
+    m_faults.append({path, kind, times.toInt(1)});
+    return HttpReply{200, "{}"};
+}
+
+bool DevServer::misbehave(const QHttpServerRequest &request, QTcpSocket *socket)
+{
+    const QString path = request.url().path();
+    if (path.startsWith("/admin/"_L1)) // the faults can always be ended
+        return false;
+    const auto fault = std::find_if(m_faults.begin(), m_faults.end(),
+                                    [&](const Fault &each) { return path.startsWith(each.path); });
+    if (fault == m_faults.end())
+        return false;
+    const QString kind = fault->kind;
+    if (fault->remaining > 0 && --fault->remaining == 0)
+        m_faults.erase(fault);
+
+    const auto answer = [&](int status, const QByteArray &type, const QByteArray &body) {
+        makeResponder(request, socket)
+            .write(body, {{"Content-Type", type}},
+                   static_cast<QHttpServerResponder::StatusCode>(status));
+    };
+    if (kind == "html500"_L1) {
+        answer(500, "text/html",
+               "<!DOCTYPE html><html><body><h1>500 Internal Server Error</h1></body></html>");
+    } else if (kind == "notjson"_L1) {
+        answer(200, "text/html", "<!DOCTYPE html><html><body>We have moved.</body></html>");
+    } else if (kind == "notimage"_L1) {
+        answer(200, "image/png", "this is not a picture");
+    } else if (kind == "truncated"_L1) {
+        // A reply that promises more than it sends, as a proxy that gave up halfway does.
+        socket->write("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: "
+                      "4096\r\n\r\n{\"data\":{\"id\":\"cut");
+        socket->disconnectFromHost();
+    } else if (kind == "reset"_L1) {
+        const linger now{1, 0}; // closing then sends a reset, not an orderly end
+        ::setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now, sizeof now);
+        socket->abort();
+    }
+    // "silent": the socket stays open and nothing is ever written.
     return true;
 }
 
@@ -163,6 +228,9 @@ HttpReply DevServer::dispatch(const QHttpServerRequest &request)
                                  request.body());
     }
     if (path.startsWith("/admin/"_L1)) {
+        if (authorized(request) && path == "/admin/faults"_L1)
+            return method == "POST" ? setFault(request.body())
+                                    : HttpReply::error(405, u"/admin/faults takes POST"_s);
         if (authorized(request) && path == "/admin/media"_L1)
             return method == "POST" ? upload(request)
                                     : HttpReply::error(405, u"/admin/media takes POST"_s);

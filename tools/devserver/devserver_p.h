@@ -26,6 +26,13 @@
 //   POST /admin/media               a picture for the items (multipart, one "file" field): PNG,
 //                                   JPEG, GIF or WebP, at most 2 MB; -> {"path": "uploads/<name>"}
 //   GET /console/                   the broadcaster's console, a page on those operations
+//   POST /admin/faults              {"path", "fault", "times"?: 1 (0: until cleared)}: the next
+//                                   requests whose path begins with "path" misbehave, as real
+//                                   backends do: "html500" (a 500 with an HTML page), "notjson"
+//                                   (a 200 whose body is an HTML page), "notimage" (a 200 PNG
+//                                   that is not a picture), "truncated" (the body cut short, the
+//                                   connection closed), "reset" (the connection reset at once),
+//                                   "silent" (no answer ever); {"clear": true} ends them all
 
 namespace Vantora::DevServer {
 
@@ -73,6 +80,9 @@ private:
     HttpReply serveConsole(const QString &file) const;
     HttpReply upload(const QHttpServerRequest &request);
     bool authorized(const QHttpServerRequest &request) const;
+    HttpReply setFault(QByteArrayView body);
+    /// Misbehaves on `socket` when a fault is set for the request's path; false when none is.
+    bool misbehave(const QHttpServerRequest &request, QTcpSocket *socket);
     /// Draws the card in a helper process and answers when it is done; false: `reply` says why not.
     bool startPreview(const QUrlQuery &query, QHttpServerResponder &&responder, HttpReply &reply);
 
@@ -82,6 +92,13 @@ private:
     std::unique_ptr<Backend> m_backend;
     PusherHub *m_hub = nullptr;
     std::unique_ptr<Admin> m_admin;
+    struct Fault
+    {
+        QString path;
+        QString kind;
+        int remaining = 1; ///< 0: until cleared
+    };
+    QList<Fault> m_faults;
 };
 
 } // namespace Vantora::DevServer
