@@ -106,3 +106,60 @@ TEST(OverlayAgainstDevServer, aMisbehavingBackendEndsInAReportAndTheNextLoadWork
           {{u"channel"_s, u"1001"_s}, {u"kind"_s, u"poll"_s}, {u"id"_s, u"p100"_s}});
     EXPECT_TRUE(waitUntil([&] { return overlay->isDisplayingInteraction(); }));
 }
+
+namespace {
+class Player : public VTAOverlayDelegate
+{
+public:
+    QStringList calls;
+    void overlayRequestedPause() override { calls.append(u"pause"_s); }
+    void overlayRequestedPlay() override { calls.append(u"play"_s); }
+    void overlayRequestedFocus() override { calls.append(u"focus"_s); }
+    void overlayReleasedFocus() override { calls.append(u"release"_s); }
+};
+} // namespace
+
+// The backend dies (kill -9) while a card is on screen and comes back on the same port: the card
+// still ends and gives the remote back, and the overlay hears the broadcaster again.
+TEST(OverlayAgainstDevServer, aBackendRestartedUnderACardLeavesNothingHeldAndLiveEventsReturn)
+{
+    QTemporaryDir database;
+    const QStringList options{u"--data"_s, demoFolder, u"--db"_s,
+                              database.filePath(u"overlay.sqlite"_s)};
+    auto server = std::make_unique<ServerProcess>(QStringLiteral(VANTORA_DEVSERVER),
+                                                  QStringList{u"--port"_s, u"0"_s} + options);
+    const quint16 port = server->port;
+    const QHash<QString, QString> exported = server->exported();
+    for (auto it = exported.cbegin(); it != exported.cend(); ++it)
+        qputenv(it.key().toUtf8(), it.value().toUtf8());
+    VTADeployment::configure(VTADeployment::builtIn());
+
+    QQuickWindow window;
+    auto *overlay = new VTAOverlayView(window.contentItem());
+    overlay->setSize({1920, 1080});
+    window.show();
+    Player player;
+    overlay->load(u"1001"_s, u"vantora-demo"_s, VTAEnvironment::testDefault(), &player);
+    const auto subscribed = [&] {
+        return admin(port, u"realtime/connections"_s).toJson().contains("\"CH_1001\"");
+    };
+    ASSERT_TRUE(waitUntil(subscribed, 10000));
+    const QJsonObject poll{{u"channel"_s, u"1001"_s},
+                           {u"kind"_s, u"poll"_s},
+                           {u"id"_s, u"p100"_s},
+                           {u"timeToStay"_s, 3}};
+    admin(port, u"inject"_s, poll);
+    ASSERT_TRUE(waitUntil([&] { return overlay->isDisplayingInteraction(); }));
+
+    server->process.kill();
+    server->process.waitForFinished();
+    server =
+        std::make_unique<ServerProcess>(QStringLiteral(VANTORA_DEVSERVER),
+                                        QStringList{u"--port"_s, QString::number(port)} + options);
+    EXPECT_TRUE(waitUntil([&] { return !overlay->isDisplayingInteraction(); }, 10000));
+    EXPECT_EQ(player.calls.count(u"focus"_s), player.calls.count(u"release"_s))
+        << player.calls.join(u' ').toStdString();
+    ASSERT_TRUE(waitUntil(subscribed, 30000)) << "the overlay did not come back";
+    admin(port, u"inject"_s, poll);
+    EXPECT_TRUE(waitUntil([&] { return overlay->isDisplayingInteraction(); }));
+}
