@@ -8,6 +8,7 @@
 #include <vantora/records/vtadeployment.h>
 #include <vantora/views/poll/vtapollview.h>
 
+#include <QElapsedTimer>
 #include <QQuickWindow>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -162,4 +163,40 @@ TEST(OverlayAgainstDevServer, aBackendRestartedUnderACardLeavesNothingHeldAndLiv
     ASSERT_TRUE(waitUntil(subscribed, 30000)) << "the overlay did not come back";
     admin(port, u"inject"_s, poll);
     EXPECT_TRUE(waitUntil([&] { return overlay->isDisplayingInteraction(); }));
+}
+
+// A backend that never answers: after the requests' 60-second time-out the session reports it
+// like any other failure, and the next load works.
+TEST(OverlayAgainstDevServer, aBackendThatNeverAnswersEndsInAReportAfterAMinute)
+{
+    QTemporaryDir database;
+    ServerProcess server(QStringLiteral(VANTORA_DEVSERVER),
+                         {u"--port"_s, u"0"_s, u"--data"_s, demoFolder, u"--db"_s,
+                          database.filePath(u"overlay.sqlite"_s)});
+    const QHash<QString, QString> exported = server.exported();
+    for (auto it = exported.cbegin(); it != exported.cend(); ++it)
+        qputenv(it.key().toUtf8(), it.value().toUtf8());
+    VTADeployment::configure(VTADeployment::builtIn());
+
+    QQuickWindow window;
+    auto *overlay = new VTAOverlayView(window.contentItem());
+    std::optional<VTAOverlayView::SessionFailure> failed;
+    QObject::connect(overlay, &VTAOverlayView::sessionFailed, overlay,
+                     [&](VTAOverlayView::SessionFailure failure) { failed = failure; });
+    admin(server.port, u"faults"_s,
+          {{u"path"_s, u"/userApi/streamer/getInfo"_s}, {u"fault"_s, u"silent"_s}});
+    QElapsedTimer waited;
+    waited.start();
+    overlay->load(u"1001"_s, u"vantora-demo"_s, VTAEnvironment::testDefault());
+    ASSERT_TRUE(waitUntil([&] { return failed.has_value(); }, 75000));
+    EXPECT_EQ(*failed, VTAOverlayView::SessionFailure::ChannelInfoFailed);
+    EXPECT_GE(waited.elapsed(), 59000);
+    failed.reset();
+    overlay->load(u"1001"_s, u"vantora-demo"_s, VTAEnvironment::testDefault());
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            return admin(server.port, u"realtime/connections"_s).toJson().contains("\"CH_1001\"");
+        },
+        10000));
+    EXPECT_FALSE(failed);
 }

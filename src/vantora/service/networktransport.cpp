@@ -28,7 +28,8 @@ HttpReply readReply(QNetworkReply *reply)
 {
     HttpReply result;
     result.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    result.body = reply->readAll();
+    if (reply->isOpen()) // an exchange that timed out was aborted, and is closed
+        result.body = reply->readAll();
     const QNetworkReply::NetworkError error = reply->error();
     if (error != QNetworkReply::NoError && !(result.status != 0 && isHttpStatusError(error)))
         result.error = reply->errorString();
