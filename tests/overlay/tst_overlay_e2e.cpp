@@ -153,21 +153,28 @@ TEST_F(OverlayAgainstDevServer, aBackendThatNeverAnswersEndsInAReportAfterAMinut
     EXPECT_EQ(failures, QList<Failure>());
 }
 
-// Killed under a card and restarted on its port: the card still ends and gives the remote back,
-// and the overlay hears the broadcaster again.
+// Killed under a card that paused the video, and restarted on its port: the card still ends,
+// the video plays again and the remote is given back, and the overlay hears the broadcaster again.
 TEST_F(OverlayAgainstDevServer, aBackendRestartedUnderACardLeavesNothingHeldAndLiveEventsReturn)
 {
+    admin(port, u"items"_s,
+          {{u"channel"_s, u"1001"_s},
+           {u"kind"_s, u"clocks"_s},
+           {u"document"_s,
+            QJsonDocument::fromJson(R"([{"id":"p100","module":"polls","time":1,
+               "timeToStay":"3","isPause":true,"close_post_interaction":true,"smartTV":true}])")
+                .array()}});
     load();
     ASSERT_TRUE(subscribed());
-    ASSERT_TRUE(injected(u"p100"_s, 3));
+    overlay->videoPlaying(0);
+    ASSERT_TRUE(waitUntil([&] { return overlay->isDisplayingInteraction(); }));
     server->process.kill();
     server->process.waitForFinished();
     server =
         std::make_unique<ServerProcess>(QStringLiteral(VANTORA_DEVSERVER),
                                         QStringList{u"--port"_s, QString::number(port)} + options);
     EXPECT_TRUE(waitUntil([&] { return !overlay->isDisplayingInteraction(); }, 10000));
-    EXPECT_EQ(player.calls.count(u"focus"_s), player.calls.count(u"release"_s))
-        << player.calls.join(u' ').toStdString();
+    EXPECT_EQ(player.calls.join(u' ').toStdString(), "pause focus release play");
     ASSERT_TRUE(subscribed()) << "the overlay did not come back";
     EXPECT_TRUE(injected(u"p100"_s));
 }
