@@ -22,6 +22,14 @@ qint64 residentMegabytes()
     return resident * sysconf(_SC_PAGESIZE) / (1024 * 1024);
 }
 
+#ifdef __SANITIZE_ADDRESS__
+// AddressSanitizer quarantines freed memory, so the resident size only grows; its leak check at
+// exit stands in for the bound.
+constexpr bool residentSizeTellsGrowth = false;
+#else
+constexpr bool residentSizeTellsGrowth = true;
+#endif
+
 } // namespace
 
 TEST_F(OverlayTest, aDayOfLiveEventsLeavesNothingBehind)
@@ -88,7 +96,9 @@ TEST_F(OverlayTest, aDayOfLiveEventsLeavesNothingBehind)
             // One card and one notice at the most (a card is some eighty objects).
             EXPECT_LE(objects, 250) << "hour " << i / perHour;
             EXPECT_LE(timers, firstTimers) << "hour " << i / perHour;
-            EXPECT_LE(megabytes, firstMegabytes + 30) << "hour " << i / perHour;
+            if (residentSizeTellsGrowth) {
+                EXPECT_LE(megabytes, firstMegabytes + 30) << "hour " << i / perHour;
+            }
         }
     }
     closeCard();

@@ -202,9 +202,10 @@ async function settle() {
     winAmount: Number($('settle-amount').value) || 0,
   }));
   if (reply.ok) {
-    note('sent', `${reply.data.winners.length} won, ${reply.data.losers} lost`, 'ok');
+    // The leaderboard first, so the note marks the moment everything on the page agrees.
     state.viewers = (await api('/viewers')).data;
     renderLeaderboard();
+    note('sent', `${reply.data.winners.length} won, ${reply.data.losers} lost`, 'ok');
   }
 }
 
