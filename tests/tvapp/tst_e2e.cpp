@@ -171,17 +171,32 @@ TEST(TvApp, AnEveningWithTheDemoChannel)
             << shot.toStdString();
 }
 
-// Back twice on the bare player, within three seconds, leaves the app at once.
-TEST(TvApp, BackTwiceOnThePlayerLeavesTheApp)
+// A backend that refuses, breaks or garbles: the app prints the SDK's report, the remote stays the
+// player's, and back twice on it, within three seconds, leaves the app at once.
+TEST(TvApp, ABrokenBackendIsReportedAndBackTwiceStillLeaves)
 {
     QTemporaryDir state;
+    ServerProcess server(QStringLiteral(VANTORA_DEVSERVER),
+                         {u"--port"_s, u"0"_s, u"--db"_s, state.filePath(u"dev.sqlite"_s)});
     QFile script(state.filePath(u"leave.script"_s));
     ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-    script.write("+1 key Escape\n+0.5 key Escape\n+0 wait-for 30 never on screen\n");
+    script.write("+2 key Escape\n+0.5 key Escape\n+0 wait-for 30 never on screen\n");
     script.close();
-    const auto tv =
-        startTv(state, {u"--server"_s, u"http://127.0.0.1:9"_s, u"--script"_s, script.fileName()});
-    EXPECT_EQ(tv->finish(15000), 0) << qPrintable(tv->output());
+    const QString served = u"http://127.0.0.1:%1"_s.arg(server.port);
+    for (const auto &[backend, path, fault, report] :
+         {std::tuple{u"http://127.0.0.1:9"_s, "", "", "VTA - Could not verify channel"},
+          {served, "/channels/", "notjson", "VTA - Could not verify channel"},
+          {served, "/userApi/user/register", "truncated", "VTA - Failed register"},
+          {served, "/userApi/streamer/getInfo", "html500", "VTA Failed to get channel info"}}) {
+        if (*fault)
+            admin(server.port, u"faults"_s,
+                  {{u"path"_s, QLatin1String(path)}, {u"fault"_s, QLatin1String(fault)}});
+        const QTemporaryDir viewer;
+        const auto tv = startTv(viewer, {u"--server"_s, backend, u"--script"_s, script.fileName()});
+        EXPECT_TRUE(tv->waitFor(QString::fromUtf8(report), 10000)) << path << ' ' << fault;
+        EXPECT_EQ(tv->finish(15000), 0) << qPrintable(tv->output());
+        admin(server.port, u"faults"_s, {{u"clear"_s, true}});
+    }
 }
 
 } // namespace
