@@ -151,7 +151,8 @@ async function main() {
     await page.keyboard.press('Escape');
 
     // The viewer tunes in; the console sees the audience grow.
-    const viewer = start(tv, ['--offscreen', '--new-viewer', '--script', writeScript()],
+    fs.writeFileSync(path.join(scratch, 'viewer.script'), viewerScript);
+    const viewer = start(tv, ['--offscreen', '--new-viewer', '--script', path.join(scratch, 'viewer.script')],
       { ...server.env, XDG_CONFIG_HOME: path.join(scratch, 'config') }, /mark ready/);
     await Promise.race([viewer.seen, deadline(30000, 'the TV app')]);
     await page.waitForSelector('#audience:has-text("1 watching")', { timeout: 10000 });
@@ -208,12 +209,6 @@ async function main() {
   } finally {
     await browser.close();
   }
-}
-
-function writeScript() {
-  const file = path.join(scratch, 'viewer.script');
-  fs.writeFileSync(file, viewerScript);
-  return file;
 }
 
 main().then(() => {

@@ -42,6 +42,18 @@ inline QJsonObject dataOf(const QJsonObject &frame)
     return jsonObject(frame["data"_L1].toString().toUtf8());
 }
 
+// Whether `actual` holds these members (JSON text without the braces) with exactly these values.
+inline testing::AssertionResult has(const QJsonValue &actual, const QString &members)
+{
+    const QJsonObject expected = jsonObject("{" + members.toUtf8() + "}");
+    QJsonObject found;
+    for (const QString &key : expected.keys())
+        found.insert(key, actual[key]);
+    if (!expected.isEmpty() && found == expected)
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure() << QJsonDocument(found).toJson().constData();
+}
+
 /// A websocket client that keeps every text frame as JSON, in order.
 class RecordingClient
 {

@@ -81,11 +81,9 @@ public:
     /// Whether it prints `text` within `ms`.
     bool waitFor(const QString &text, int ms = 5000)
     {
-        const auto printed = [&] {
-            return output().contains(text);
-        };
-        waitUntil([&] { return printed() || process.state() == QProcess::NotRunning; }, ms);
-        return printed();
+        waitUntil(
+            [&] { return output().contains(text) || process.state() == QProcess::NotRunning; }, ms);
+        return output().contains(text);
     }
     /// The exit code once it ends by itself within `ms` (or else is killed); -1 if it crashed.
     int finish(int ms)

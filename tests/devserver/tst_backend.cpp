@@ -11,23 +11,7 @@ using namespace Vantora;
 using namespace Vantora::DevServer;
 using namespace Vantora::DevServerTest;
 
-namespace {
-
 using BackendTest = ServerFixture;
-
-// Whether `actual` holds these members (JSON text without the braces) with exactly these values.
-testing::AssertionResult has(const QJsonValue &actual, const QString &members)
-{
-    const QJsonObject expected = jsonObject("{" + members.toUtf8() + "}");
-    QJsonObject found;
-    for (const QString &key : expected.keys())
-        found.insert(key, actual[key]);
-    if (!expected.isEmpty() && found == expected)
-        return testing::AssertionSuccess();
-    return testing::AssertionFailure() << QJsonDocument(found).toJson().constData();
-}
-
-} // namespace
 
 // Bodies and boundaries as the RFCs allow them, and broken ones refused with the reason.
 TEST(Multipart, readsWhatTheRfcAllowsAndRefusesTheRestWithTheReason)
@@ -191,8 +175,7 @@ TEST_F(BackendTest, rejectionsNameTheProblemAndStoreNothing)
             << error;
     }
     EXPECT_EQ(http("GET", u"/admin/answers"_s).body, "[]");
-    const QJsonArray viewers =
-        QJsonDocument::fromJson(http("GET", u"/admin/viewers"_s).body).array();
+    const QJsonArray viewers = DevServerTest::admin(m_port, u"viewers"_s).array();
     EXPECT_EQ(viewers.size(), 1);
     EXPECT_TRUE(has(viewers.at(0), uR"("expoints":0,"credits":0)"_s));
 }
@@ -229,12 +212,9 @@ TEST_F(BackendTest, channelListsAndMedia)
 TEST_F(BackendTest, faultsOrderedForAClientsTestsMisbehaveAsRealBackendsDo)
 {
     const QString list = u"/channels/vantora-demo__test3.json"_s;
-    const auto fault = [&](const char *kind, int times = 1) {
-        return admin(u"faults"_s,
-                     uR"({"path":"/channels/","fault":"%1","times":%2})"_s.arg(QLatin1String(kind))
-                         .arg(times)
-                         .toUtf8())
-            .status;
+    const auto fault = [&](const QByteArray &kind, int times = 1) {
+        const QByteArray order = R"({"path":"/channels/","fault":")" + kind + R"(","times":)";
+        return admin(u"faults"_s, order + QByteArray::number(times) + '}').status;
     };
     const auto got = [&] {
         QNetworkAccessManager network;

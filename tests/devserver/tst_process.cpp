@@ -1,5 +1,6 @@
-// vantora-devserver as a developer runs it: bad starts, what it prints, the keys it takes, answers
-// that survive kill -9, its options, and SIGTERM closing websockets with "going away".
+// vantora-devserver as a developer runs it: bad starts, what it prints, the keys it takes, its
+// options (off loopback, the admin token), SIGTERM closing websockets with "going away", and
+// answers that survive kill -9.
 
 #include "serverfixture.h"
 
@@ -21,6 +22,7 @@ TEST(Process, refusesBadStartsWithAReason)
     QTcpServer occupant;
     ASSERT_TRUE(occupant.listen(QHostAddress::LocalHost));
     const QString taken = QString::number(occupant.serverPort()), missing = dir.filePath(u"x"_s);
+    const QStringList base{u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"db"_s)};
     for (const auto &[arguments, error] :
          {std::pair{QStringList{u"--port"_s, u"70000"_s}, u"--port: expected 0 to 65535"_s},
           {{u"--activity-timeout"_s, u"0"_s}, u"--activity-timeout: expected a whole number"_s},
@@ -28,29 +30,18 @@ TEST(Process, refusesBadStartsWithAReason)
           {{u"--data"_s, missing}, u"data folder "_s + missing + u" does not exist"_s},
           {{u"--db"_s, missing + u"/db"_s}, u"cannot open "_s + missing + u"/db"_s},
           {{u"--port"_s, taken}, u"cannot listen on 127.0.0.1:"_s + taken}}) {
-        QProcess process;
-        process.start(program,
-                      QStringList{u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"db"_s)}
-                          + arguments);
-        ASSERT_TRUE(process.waitForFinished(10000));
-        EXPECT_EQ(process.exitCode(), 1);
-        const QString problem = // the last line; Qt may warn before it
-            QString::fromUtf8(process.readAllStandardError()).trimmed().section(u'\n', -1);
+        ChildProcess process(program, base + arguments, QProcess::MergedChannels);
+        EXPECT_EQ(process.finish(10000), 1);
+        const QString problem = process.output().trimmed().section(u'\n', -1); // Qt may warn first
         EXPECT_TRUE(problem.startsWith(u"vantora-devserver: "_s + error)) << problem.toStdString();
     }
 }
 
 // Without options: the demo channel, to clients of every SDK environment; then the options.
-TEST(Process, printsWhereItListensKeepsAnswersThroughKill9AndTakesItsOptions)
+TEST(Process, printsWhereItListensAndTakesItsOptions)
 {
     QTemporaryDir dir;
     const QStringList arguments{u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"db"_s)};
-    const auto api = [](quint16 port, const char *operation, const QByteArray &data,
-                        const QString &token) {
-        const QUrl url = at(port, u"/userApi"_s + QLatin1StringView(operation));
-        return httpRequest(url, "POST", sdkRequest(data, token), sdkContentType).json();
-    };
-    QString token;
     {
         ServerProcess server(program, arguments);
         EXPECT_EQ(server.lines().mid(2),
@@ -66,19 +57,21 @@ export VANTORA_REALTIME_URL=ws://%1)"_s.arg(u"127.0.0.1:"_s + QString::number(se
             EXPECT_TRUE(waitUntil([&] { return !client.socketId().isEmpty(); }))
                 << qPrintable(sdk.pusherKey());
         }
-        token = api(server.port, "/user/register", "$W", {})["token"_L1].toString();
-        const QJsonObject vote =
-            api(server.port, "/poll/answer_new/pr200", R"($W,"answer":"Blues")", token);
-        ASSERT_EQ(vote["answer"_L1]["isAnswered"_L1], true);
-    } // killed with SIGKILL
+    }
     ServerProcess server(program,
                          arguments
-                             + QStringList{u"--app-key"_s, u"mine"_s, u"--activity-timeout"_s,
-                                           u"1"_s, u"--pong-timeout"_s, u"0.3"_s});
-    const QJsonObject login = api(server.port, "/user/login_by_token", "$W", token);
-    EXPECT_EQ(login["polls"_L1], jsonObject(R"({"pr200_1001":"Blues"})"));
-    EXPECT_EQ(login["predictionsResults"_L1]["pr200_____1001"_L1]["status"_L1], u"pending"_s);
-
+                             + QStringList{u"--host"_s, u"0.0.0.0"_s, u"--app-key"_s, u"mine"_s,
+                                           u"--activity-timeout"_s, u"1"_s, u"--pong-timeout"_s,
+                                           u"0.3"_s});
+    // Off loopback, /admin answers only a request with the token printed at start-up.
+    const QString line = server.lines().filter(u"Authorization: Bearer"_s).value(0);
+    const QString token = line.section(u' ', -1).chopped(1);
+    ASSERT_EQ(token.size(), 32) << line.toStdString();
+    const QString viewers = u"http://127.0.0.1:%1/admin/viewers"_s.arg(server.port);
+    for (const auto &[query, status] : {std::pair{QString(), 401},
+                                        {u"?token="_s + token.chopped(1) + u'x', 401},
+                                        {u"?token="_s + token, 200}})
+        EXPECT_EQ(httpRequest(QUrl(viewers + query), "GET").status, status) << query.toStdString();
     RecordingClient sdk(realtimeUrl(server.port, VTAEnvironment::testDefault().pusherKey()));
     RecordingClient client(realtimeUrl(server.port, u"mine"_s));
     ASSERT_TRUE(waitUntil([&] { return sdk.closed && !client.frames.isEmpty(); }));

@@ -3,8 +3,6 @@
 
 #include "serverfixture.h"
 
-#include "testsupport.h"
-
 using namespace Vantora::DevServer;
 using namespace Vantora::DevServerTest;
 
@@ -20,23 +18,6 @@ QByteArray event(const QString &name, const QJsonValue &channels, const QJsonVal
 }
 
 } // namespace
-
-// The documented worked example of the HTTP API: a broadcaster's own signing library must agree.
-TEST(TriggerSignature, theDocumentedExampleSignsAndChecks)
-{
-    const PusherApp docs{u"3"_s, u"278d425bdf160c739803"_s, u"7ad3773142a6692b25b8"_s};
-    const QByteArray body =
-        R"({"name":"foo","channels":["project-3"],"data":"{\"some\":\"data\"}"})";
-    const QueryItems query{{u"auth_key"_s, docs.key},
-                           {u"auth_timestamp"_s, u"1353088179"_s},
-                           {u"auth_version"_s, u"1.0"_s},
-                           {u"body_md5"_s, u"ec365a775a4cd0599faeb73354201b6f"_s},
-                           {u"auth_signature"_s,
-                            u"da454824c97ba181a32ccc17a72625ba02771f50b50e1e7430e47a1f3f457e6c"_s}};
-    EXPECT_EQ(checkSignature(docs, "POST", u"/apps/3/events"_s, query, body, 1353088179),
-              std::nullopt);
-    EXPECT_EQ(signedQuery(docs, "POST", u"/apps/3/events"_s, body, 1353088179), query);
-}
 
 TEST_F(RealtimeTest, handshakeWelcomesProtocols5To7AndRefusesTheRestWithTheirCodes)
 {
