@@ -63,24 +63,22 @@ protected:
         qmlRegisterType<HostRatingView>("HostCards", 1, 0, "HostRatingViewBase");
         qmlRegisterType<HostRatingAnswerView>("HostCards", 1, 0, "HostRatingAnswerViewBase");
     }
-    void SetUp() override { hooks.clear(); }
 };
 
 } // namespace
 
-// A notice loads its host's layout as a card does (VTAViews::create names it the same way).
-TEST_F(HostTest, aHostsTriviaCardWorksInItsOwnLayout)
+// Each card of a host's own works in its layout, its hooks told what the viewer did: a trivia card
+// loads; each poll row learns whether it holds the viewer's answer when the poll opens answered or
+// closed, and again when the viewer votes; rating N marks every step from 1 up to and including
+// N, and a card rated before it opened marks none.
+TEST_F(HostTest, aHostsCardsWorkInTheirOwnLayouts)
 {
+    overlay.token.reset();
     auto *trivia = show<HostTriviaView>(olympics(), 30, viewer, std::nullopt);
     trivia->showResult(verdict("Athens"), std::nullopt);
     EXPECT_EQ(trivia->width(), 1400);
-    EXPECT_EQ(text(trivia->resultLabel()) + ", " + hooks, "Correct answer, load ");
-}
-
-// Each row learns whether it holds the viewer's answer: when the poll opens answered or closed,
-// and again when the viewer votes.
-TEST_F(HostTest, aHostsPollRowsLearnWhichAnswerIsTheViewers)
-{
+    EXPECT_EQ(text(trivia->resultLabel()) + ", " + std::exchange(hooks, {}),
+              "Correct answer, load ");
     const std::tuple<std::optional<QString>, const char *, const char *> rows[] = {
         {u"Away"_s, "active", "0 1 0 "},
         {u"Draw"_s, "active", "0 0 0 "},
@@ -92,16 +90,8 @@ TEST_F(HostTest, aHostsPollRowsLearnWhichAnswerIsTheViewers)
             1400);
         EXPECT_EQ(std::exchange(hooks, {}), told) << status;
     }
-    overlay.token.reset();
     press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Select});
-    EXPECT_EQ(hooks, "0 0 1 ");
-}
-
-// Rating N marks every step from 1 up to and including N; a card rated before it opened marks
-// none.
-TEST_F(HostTest, aHostsRatingStepsAreMarkedUpToTheRating)
-{
-    overlay.token.reset();
+    EXPECT_EQ(std::exchange(hooks, {}), "0 0 1 ");
     auto *card = show<HostRatingView>(halfTime("4"), std::nullopt, 30, viewer, std::nullopt);
     card->actionAnswer(card->answerViews()[1]->button());
     EXPECT_EQ(card->width(), 1000);

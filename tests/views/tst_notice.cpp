@@ -15,7 +15,8 @@ VTANotice *configured(VTANotice *notice, bool won, double amount, double total)
 // The verdict and its symbol, what a win brings (at most one decimal), the answer and the
 // question; from 3.5 s, when the verdict fades out and the score fades in, each over 0.4 s, the
 // total score with one decimal, for good. The notice never closes itself; off the screen it
-// switches all the same, and once deleted it leaves nothing behind.
+// switches all the same, and once deleted it leaves nothing behind. The remote starts on the close
+// button, which asks the overlay each time; once the overlay is gone, it does nothing.
 TEST_F(CardTest, aNoticeReadsTheVerdictThenTheTotalScore)
 {
     const std::string info = R"(For choosing "Home" on "Who wins the match?" | ✕)";
@@ -44,6 +45,13 @@ TEST_F(CardTest, aNoticeReadsTheVerdictThenTheTotalScore)
         EXPECT_EQ(screen(notice) + overlay.take(), score);
     }
     VTANotice *notice = configured(make<VTANotice>(), true, 10, 100);
+    notice->forceActiveFocus();
+    EXPECT_EQ(screen(notice->closeButton()), "[✕]");
+    press({Qt::Key_Select, Qt::Key_Return});
+    EXPECT_EQ(overlay.take(), "closeNotice(noticep7, button); closeNotice(noticep7, button)");
+    notice->setDelegate(nullptr);
+    press({Qt::Key_Select});
+    EXPECT_EQ(overlay.take(), "");
     notice->setParentItem(nullptr);
     clock.advanceBy(4500ms);
     EXPECT_TRUE(notice->pointsContainer()->isVisible());
@@ -52,18 +60,4 @@ TEST_F(CardTest, aNoticeReadsTheVerdictThenTheTotalScore)
     views.clear();
     clock.advanceBy(10s);
     EXPECT_EQ(clock.pendingCount(), 0);
-}
-
-// The remote starts on the close button, which asks the overlay each time; once the overlay is
-// gone, it does nothing.
-TEST_F(CardTest, aNoticesCloseButtonHasTheFocusAndAsksTheOverlay)
-{
-    VTANotice *notice = configured(make<VTANotice>(), true, 10, 100);
-    notice->forceActiveFocus();
-    EXPECT_EQ(screen(notice->closeButton()), "[✕]");
-    press({Qt::Key_Select, Qt::Key_Return});
-    EXPECT_EQ(overlay.take(), "closeNotice(noticep7, button); closeNotice(noticep7, button)");
-    notice->setDelegate(nullptr);
-    press({Qt::Key_Select});
-    EXPECT_EQ(overlay.take(), "");
 }

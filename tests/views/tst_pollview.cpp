@@ -15,28 +15,6 @@ std::string bars(const VTAPollView *poll)
 
 } // namespace
 
-TEST_F(CardTest, aPollRowShowsItsPictureFittedAndItsFiguresAsThePollAsks)
-{
-    const std::tuple<const char *, qint64, qint64, const char *> rows[] = {
-        {"percentage", 0, 0, "0.0%"},
-        {"percentage", 2, 3, "66.7%"},
-        {"numbers", 12, 30, "12"},
-        {"votes", 1, 3, "1 - 33.3%"},
-        {"", 12, 30, "12 - 40.0%"},
-        {"Percentage", 1, 8, "1 - 12.5%"},
-        {"votes", 1234, 1234, "1234 - 100.0%"}};
-    backend->answer(u"/img/tall.png"_s, {200, png({100, 200})});
-    Poll poll = matchPoll();
-    poll.answers[0].image = u"img/tall.png"_s;
-    VTAPollAnswerView *answer = showPoll(poll)->answerViews()[0];
-    EXPECT_EQ(answer->button()->image().size(), QSize(20, 40)) << "its picture, fitted";
-    for (const auto &[type, votes, total, shown] : rows) {
-        answer->configure({.answer = u"Home"_s, .totals = votes}, total, true,
-                          QString::fromLatin1(type), std::nullopt);
-        EXPECT_EQ(text(answer->statsLabel()), shown) << type << " " << votes << "/" << total;
-    }
-}
-
 // The remote's vote counts on the card at once, its figures and then its bars, hidden until
 // then; the overlay hears of it, and the backend once when a viewer is signed in. The reply goes
 // to the overlay and takes nothing back from the card.
@@ -77,7 +55,8 @@ TEST_F(CardTest, aVoteCountsAtOnceAndIsSentOnce)
 }
 
 // A poll that is not "active" opens on its figures with "[POLL CLOSED]" after its question, takes
-// no vote and, unless the viewer voted before, completes one second later; once.
+// no vote and, unless the viewer voted before, completes one second later; once. A row shows its
+// picture fitted and its figures as the poll asks.
 TEST_F(CardTest, aClosedPollShowsItsFiguresTakesNoVoteAndCompletesAfterASecond)
 {
     const std::tuple<const char *, std::optional<QString>, const char *> rows[] = {
@@ -105,4 +84,22 @@ TEST_F(CardTest, aClosedPollShowsItsFiguresTakesNoVoteAndCompletesAfterASecond)
     views.clear();
     clock.advanceBy(2s);
     EXPECT_EQ(overlay.take(), "") << "a card taken away completes nothing";
+    const std::tuple<const char *, qint64, qint64, const char *> figures[] = {
+        {"percentage", 0, 0, "0.0%"},
+        {"percentage", 2, 3, "66.7%"},
+        {"numbers", 12, 30, "12"},
+        {"votes", 1, 3, "1 - 33.3%"},
+        {"", 12, 30, "12 - 40.0%"},
+        {"Percentage", 1, 8, "1 - 12.5%"},
+        {"votes", 1234, 1234, "1234 - 100.0%"}};
+    backend->answer(u"/img/tall.png"_s, {200, png({100, 200})});
+    Poll poll = matchPoll();
+    poll.answers[0].image = u"img/tall.png"_s;
+    VTAPollAnswerView *answer = showPoll(poll)->answerViews()[0];
+    EXPECT_EQ(answer->button()->image().size(), QSize(20, 40)) << "its picture, fitted";
+    for (const auto &[type, votes, total, shown] : figures) {
+        answer->configure({.answer = u"Home"_s, .totals = votes}, total, true,
+                          QString::fromLatin1(type), std::nullopt);
+        EXPECT_EQ(text(answer->statsLabel()), shown) << type << " " << votes << "/" << total;
+    }
 }

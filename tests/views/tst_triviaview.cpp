@@ -33,7 +33,8 @@ TEST_F(CardTest, theRemoteAnswersATriviaQuestionOnce)
 
 // The viewer's answer, then the correct one, each marked and coloured, under the verdict; the
 // focus on close. A question answered before it opened shows its result at once, with no
-// countdown, and takes no answer.
+// countdown, and takes no answer. An answer's picture keeps its size up to 40 px high and shrinks
+// to it beyond; an answer without one, or with an empty one, gives the text the picture's room.
 TEST_F(CardTest, aTriviaResultListsTheChoiceThenTheCorrectAnswerUnderTheVerdict)
 {
     const std::string wrong = "Wrong answer\nBetter luck next time";
@@ -76,12 +77,6 @@ TEST_F(CardTest, aTriviaResultListsTheChoiceThenTheCorrectAnswerUnderTheVerdict)
         }
     }
     EXPECT_TRUE(backend->requests().isEmpty());
-}
-
-// An answer's picture keeps its size up to 40 px high and shrinks to it beyond; an answer without
-// one, or with an empty one, gives the text the picture's room.
-TEST_F(CardTest, triviaPicturesFitFortyPixelsAndMissingOnesTakeNoRoom)
-{
     backend->answer(u"/img/tall.png"_s, {200, png({100, 200}), {}});
     backend->answer(u"/img/wide.png"_s, {200, png({200, 30}), {}});
     backend->answer(u"/img/broken.png"_s, {404, "not found", {}});

@@ -14,7 +14,6 @@
 #include <vantora/views/trivia/vtatriviaview.h>
 
 #include <QBuffer>
-#include <QJsonDocument>
 #include <QQuickWindow>
 #include <QTest>
 
@@ -42,26 +41,25 @@ public:
     std::optional<QString> token = u"token"_s; ///< the signed-in viewer's
 
     std::string take() { return std::exchange(calls, {}).join(u"; "_s).toStdString(); }
-    template <class Reply>
-    Done<Reply> note(const QString &call)
+    auto note(const QString &call)
     {
         calls.append(call);
-        return [this, call](auto reply) {
+        return [this, call](const auto &reply) {
             calls.append(call + (reply ? u" ok"_s : u" failed"_s));
         };
     }
     Done<AnswerTriviaResponse> didSelectTriviaAnswer(const QString &a, const QString &id) override
     {
-        return note<AnswerTriviaResponse>(u"trivia(%1, %2)"_s.arg(a, id));
+        return note(u"trivia(%1, %2)"_s.arg(a, id));
     }
     Done<AnswerPollResponse> didSelectPollAnswer(const QString &a, const QString &id,
                                                  const QString &type) override
     {
-        return note<AnswerPollResponse>(u"poll(%1, %2, %3)"_s.arg(a, id, type));
+        return note(u"poll(%1, %2, %3)"_s.arg(a, id, type));
     }
     Done<AnswerRatingResponse> didSelectRatingAnswer(qint64 answer, const QString &id) override
     {
-        return note<AnswerRatingResponse>(u"rating(%1, %2)"_s.arg(answer).arg(id));
+        return note(u"rating(%1, %2)"_s.arg(answer).arg(id));
     }
     void closeInteraction(VTAInteractionView *, bool button) override
     {
