@@ -69,10 +69,7 @@ TEST(NumberText, formatDecimalRoundsTheShortestDecimalHalfToEven)
     EXPECT_EQ(shown({12.0, 1340.0, 0.0, 100.0 / 3.0, -infinity}, upTo(1, 1)),
               "12.0 ; 1,340.0 ; 0.0 ; 33.3 ; -\u221E");
     EXPECT_EQ(formatDecimal(123.0, 0, 0), u"123"_s);
-}
-
-TEST(NumberText, formatOneDecimalRoundsTheBinaryValueLikePrintf)
-{
+    // formatOneDecimal() rounds the binary value, as printf does.
     EXPECT_EQ(shown({3.25, 0.25, 3.8, 3.75, 0.0, 4.0, 2.05, 2.15, -1.25, 1e6}, formatOneDecimal),
               "3.2 ; 0.2 ; 3.8 ; 3.8 ; 0.0 ; 4.0 ; 2.0 ; 2.1 ; -1.2 ; 1000000.0");
 }

@@ -79,23 +79,18 @@ TEST_F(CardTest, theRemoteRatesOnceAndTheCardTurnsToTheAverage)
     card->setDelegate(nullptr);
     card->actionAnswer(card->answerViews()[3]->button());
     EXPECT_EQ(text(card->averageLabel()), "3.0");
-}
-
-// Live figures replace the card's only when more people have rated; the card shows them once the
-// viewer has rated.
-TEST_F(CardTest, liveRatingFiguresCountOnlyWhenMorePeopleRated)
-{
-    overlay.token.reset();
-    VTARatingView *card = showRating(halfTime("5", 4, 14));
+    // Live figures replace the card's only when more people have rated; the card shows them once
+    // the viewer has rated.
+    card = showRating(halfTime("5", 4, 14));
     card->updateInfo(live(9, 4.1));
     EXPECT_FALSE(card->resultContainer()->isVisible());
     card->actionAnswer(card->answerViews()[2]->button());
     EXPECT_EQ(text(card->averageLabel()) + ' ' + overlay.take(), "10.3 completed")
         << "(100 + 3) / (9 + 1)";
-    const std::tuple<std::optional<qint64>, double, const char *> rows[] = {
+    const std::tuple<std::optional<qint64>, double, const char *> figures[] = {
         {10, 2.0, "10.3"}, {7, 2.0, "10.3"},  {{}, 2.0, "10.3"},
         {0, 2.0, "10.3"},  {11, 4.25, "4.2"}, {12, 4.35, "4.3"}};
-    for (const auto &[people, average, shown] : rows) {
+    for (const auto &[people, average, shown] : figures) {
         card->updateInfo(live(people, average));
         EXPECT_EQ(text(card->averageLabel()), shown) << people.value_or(-1);
     }
