@@ -43,8 +43,8 @@ TEST_F(CardTest, aRatingHasOneNumberedStepPerValueOfItsScale)
 // The remote moves along the steps and OK rates once: that step is selected, the overlay and the
 // backend hear of it, and the card turns to the audience's average, the viewer counted in, out of
 // the maximum, with the focus on close. The reply goes to the overlay. The average is (points +
-// the rating) ÷ (people + 1), missing points counting 0 and missing people 1; without a viewer
-// nothing is sent, and without an overlay the card turns all the same.
+// the rating) ÷ (people + 1); a card without points adds no rating (0.0), one without people
+// divides by 1. Without a viewer nothing is sent; without an overlay the card turns all the same.
 TEST_F(CardTest, theRemoteRatesOnceAndTheCardTurnsToTheAverage)
 {
     backend->answer(u"/userApi/rating/answer_new/r1"_s,
