@@ -3,6 +3,7 @@
 // An overlay on a shown 1080p window, in virtual time, against an in-memory backend that records
 // every request, with a host delegate that writes down what the overlay asked of it.
 
+#include "recordinghost.h"
 #include "servicetest.h"
 #include "vantora/overlay/overlaycontroller_p.h"
 #include "vantora/records/jsoncodec_p.h"
@@ -11,16 +12,6 @@
 
 #include <QQuickWindow>
 #include <QSettings>
-
-class RecordingHost : public VTAOverlayDelegate
-{
-public:
-    QStringList calls;
-    void overlayRequestedPause() override { calls.append(QStringLiteral("pause")); }
-    void overlayRequestedPlay() override { calls.append(QStringLiteral("play")); }
-    void overlayRequestedFocus() override { calls.append(QStringLiteral("focus")); }
-    void overlayReleasedFocus() override { calls.append(QStringLiteral("release")); }
-};
 
 // Keeps the realtime client off the network: it is refused on the loopback at once.
 [[maybe_unused]] inline const bool realtimeOnLoopback =
@@ -133,8 +124,7 @@ protected:
         load();
     }
 
-    // The paths requested so far, in order, those of the API without its "/userApi", and without
-    // the analytics reports.
+    // The paths requested so far, in order, without "/userApi" and without the analytics reports.
     QStringList paths() const
     {
         QStringList paths;

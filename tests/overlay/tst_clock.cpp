@@ -40,16 +40,13 @@ TEST_F(ClockTest, onlyTvEntriesOfKnownModulesStrictlyAheadAreLaidAndPlayingLaysT
     overlay->videoPlaying(10.5);
     EXPECT_EQ(state().timerList.size(), 0) << "exactly 0.5 ahead is not laid";
 
-    // Playing lays the clock again only near the last laying; pausing empties the list.
+    // Playing lays the clock again only near the last laying: the entry at 300 s shows 200 s after
+    // the laying at 100, not 200.5 s (as laid at 99.5) nor 100 s (as laid at 200).
     loadWith({clockEntry(u"p1"_s, u"polls"_s, 300)});
     overlay->videoPaused();
     overlay->videoPlaying(99.5);
-    const QList<TimerId> laid = state().timerList;
     overlay->videoPlaying(100); // 0.5 from the laying: laid again
-    EXPECT_NE(state().timerList, laid);
-    const QList<TimerId> relaid = state().timerList;
-    overlay->videoPlaying(200); // far from it: the timers stay, still counting from 100
-    EXPECT_EQ(state().timerList, relaid);
+    overlay->videoPlaying(200); // far from it: the timers stay
     clock.advanceBy(199s);
     EXPECT_EQ(shownID(), QString());
     clock.advanceBy(1s);

@@ -44,7 +44,6 @@ TEST_F(DisplayTest, eachModuleFindsItsRecordAndLogsItsKind)
         {"r1", "rating", "VTA showing RATING"},
         {"p1", "rating", nullptr},
         {"pr1", "polls", nullptr},
-        {"p1", "video", nullptr},
         {"P1", "polls", nullptr},
     };
     for (const auto &row : rows) {
@@ -193,13 +192,11 @@ TEST_F(DisplayTest, pausingItemsResumeOnEveryCloseAndAnsweredOnesNeverPauseAndCl
 
 TEST_F(DisplayTest, aQuizIsFetchedWithItsPromotionsDroppedWhenLateAndNeedsAToken)
 {
-    StreamerInfo info = channel();
     const Promotion banner{.name = u"Boots"_s,
                            .viewType = {u"display"_s},
                            .clientType = u"smartTV"_s,
                            .sponsor = Sponsor{u"Acme"_s}};
-    info.trivias = QList<TriviaPromotions>{{u"q7"_s, QList<Promotion>{banner}}};
-    state().channelInfo = info;
+    state().channelInfo->trivias = QList<TriviaPromotions>{{u"q7"_s, QList<Promotion>{banner}}};
     answer("/userApi/trivia/getQuestionById/q7", Json::encode(trivia(u"q7"_s)));
     const QStringList lines = linesOf([&] { show(u"q7"_s, u"quiz"_s, {30, true}); });
     EXPECT_EQ(lines, QStringList{u"VTA showing TRIVIA"_s});

@@ -93,10 +93,15 @@ TEST_F(LiveTest, answerRepliesRecordTheAnswerAndUpdateTheViewersTotals)
     EXPECT_EQ(state().totalExpoints, 20);
 }
 
-TEST_F(LiveTest, liveTotalsRefreshOnlyTheShowingCardAndNeverGoBelowIt)
+// A live item replaces the held one and takes live figures; a poll closed live ends only the card
+// showing it, and an answered card keeps its question and result.
+TEST_F(LiveTest, liveItemsReplaceTheHeldOnesTakeLiveFiguresAndPollsEndWhenClosedLive)
 {
-    controller->inject(poll(u"p1"_s), {30}, 1);
+    Poll changed = poll(u"p1"_s);
+    changed.question = u"Changed?"_s;
+    controller->inject(changed, {30, true}, 1);
     clock.advanceBy(1s);
+    EXPECT_EQ(state().polls.size(), 2);
     ASSERT_EQ(pollCard()->totalVotes(), 4);
     const auto live = [](std::optional<qint64> home, std::optional<qint64> away = 1) {
         return QList<Poll>{poll(u"p1"_s, u"poll"_s, home, away)};
@@ -107,7 +112,6 @@ TEST_F(LiveTest, liveTotalsRefreshOnlyTheShowingCardAndNeverGoBelowIt)
     EXPECT_EQ(pollCard()->answerViews()[0]->votes(), 6) << "found among predictions too";
     EXPECT_EQ(pollCard()->answerViews()[0]->totalVotes(), 6);
     EXPECT_EQ(pollCard()->answerViews()[1]->votes(), 0) << "no totals counts 0";
-
     controller->updatedInfo(QList<Poll>{poll(u"p2"_s)}, QList<Rating>{rating(u"p1"_s)},
                             std::nullopt);
     EXPECT_EQ(pollCard()->answerViews()[0]->votes(), 6);
@@ -117,8 +121,23 @@ TEST_F(LiveTest, liveTotalsRefreshOnlyTheShowingCardAndNeverGoBelowIt)
                                          std::nullopt),
                  "overflow");
 
-    // A live rating replaces the held one; rated on screen, it records the stars and the points,
-    // and shows the live average.
+    controller->didClose(u"p2"_s);
+    EXPECT_FALSE(pollCard()->didEnd());
+    controller->didClose(u"p1"_s);
+    EXPECT_TRUE(pollCard()->didEnd());
+    EXPECT_EQ(text(pollCard()->titleLabel()), u"Changed? [POLL CLOSED]"_s);
+    EXPECT_EQ(pollCard()->state(), InteractionState::completed);
+    EXPECT_TRUE(pollCard()->answerViews()[0]->statsLabel()->isVisible());
+    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s, u"play"_s}));
+    closeCard();
+    vote(poll(u"p1"_s));
+    controller->didClose(u"p1"_s);
+    EXPECT_TRUE(pollCard()->didEnd());
+    EXPECT_EQ(text(pollCard()->titleLabel()), u"Who scores next?"_s);
+    EXPECT_DEATH(controller->inject(poll(u"p3"_s, u"survey"_s), {}, 5),
+                 "Unknown poll questionType \"survey\"");
+
+    // A live rating likewise; rated, it records the stars and the points, and shows live averages.
     closeCard();
     answerReply("/userApi/rating/answer_new/", "r1", R"("expoints_given":5)");
     Rating renamed = rating(u"r1"_s);
@@ -132,40 +151,13 @@ TEST_F(LiveTest, liveTotalsRefreshOnlyTheShowingCardAndNeverGoBelowIt)
     stars->actionAnswer(stars->answerViews()[3]->button());
     clock.runPending();
     EXPECT_EQ(state().ratingAnswers.value(u"r1"_s), u"4"_s) << "the value pressed, as text";
-    EXPECT_EQ(state().totalExpoints, 25);
+    EXPECT_EQ(state().totalExpoints, 35) << "five on the vote's ten";
     ASSERT_EQ(text(stars->averageLabel()), u"3.6"_s) << "four more stars from the fifth rater";
     Rating figures = rating(u"r1"_s);
     figures.averageRate = 4.5;
     figures.totalPeople = 8;
     controller->updatedInfo(std::nullopt, QList<Rating>{figures}, std::nullopt);
     EXPECT_EQ(text(stars->averageLabel()), u"4.5"_s);
-}
-
-TEST_F(LiveTest, aPollInjectedReplacesTheHeldOneAndAPollClosedLiveEndsOnlyTheShowingOne)
-{
-    Poll changed = poll(u"p1"_s);
-    changed.question = u"Changed?"_s;
-    controller->inject(changed, {30, true}, 1);
-    clock.advanceBy(1s);
-    EXPECT_EQ(state().polls.size(), 2);
-    controller->didClose(u"p2"_s);
-    EXPECT_FALSE(pollCard()->didEnd());
-    controller->didClose(u"p1"_s);
-    EXPECT_TRUE(pollCard()->didEnd());
-    EXPECT_EQ(text(pollCard()->titleLabel()), u"Changed? [POLL CLOSED]"_s);
-    EXPECT_EQ(pollCard()->state(), InteractionState::completed);
-    EXPECT_TRUE(pollCard()->answerViews()[0]->statsLabel()->isVisible());
-    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s, u"play"_s}));
-    closeCard();
-
-    // Answered: only marked ended, its question and result left as they are.
-    vote(poll(u"p1"_s));
-    controller->didClose(u"p1"_s);
-    EXPECT_TRUE(pollCard()->didEnd());
-    EXPECT_EQ(text(pollCard()->titleLabel()), u"Who scores next?"_s);
-
-    EXPECT_DEATH(controller->inject(poll(u"p3"_s, u"survey"_s), {}, 5),
-                 "Unknown poll questionType \"survey\"");
 }
 
 // A notice shows over the card or alone; the back key closes the card first.
@@ -231,7 +223,6 @@ TEST_F(LiveTest, reportsCarryTheLatestAttributionAndNeedAToken)
     const qsizetype first = backend->requests().size();
     loadWith({clockEntry(u"p1"_s, u"polls"_s, 12)});
     clock.advanceBy(12s);
-    ASSERT_TRUE(pollCard());
     EXPECT_EQ(reports().last(), u"view Polls clock p1 12"_s);
     auto reply = controller->didSelectPollAnswer(u"Home"_s, u"p1"_s, u"poll"_s);
 

@@ -122,11 +122,9 @@ TEST_F(OverlayTest, theViewersAccountSeedsTheSessionAndASecondLoadTearsItDown)
               (QHash<QString, QString>{
                   {u""_s, u"Away"_s}, {u"plain"_s, u"Nobody"_s}, {u"q"_s, u"Draw"_s}}));
     EXPECT_EQ(state().ratingAnswers, (QHash<QString, QString>{{u"r1"_s, u"4"_s}}));
-    EXPECT_EQ(state().predictionResults.keys(), QStringList{u"pr1_____ch1"_s});
     EXPECT_EQ(state().totalCredits, 0);
     clock.advanceBy(20s); // p2 pauses the video: its entries are not laid again
     ASSERT_TRUE(card());
-    ASSERT_EQ(state().timerList.size(), 1);
     const PusherClient *firstClient = controller->pusherHelper.pusher();
 
     RecordingHost next;
@@ -142,7 +140,7 @@ TEST_F(OverlayTest, theViewersAccountSeedsTheSessionAndASecondLoadTearsItDown)
     EXPECT_TRUE(state().user) << "the viewer stays";
     clock.advanceBy(1s);
 
-    // The entry that paused the first session shows again in the next; a lone notice goes.
+    // The paused entry shows again, the account's prediction vote settles, a lone notice goes.
     load();
     EXPECT_EQ(state().timerList.size(), 2);
     controller->didReceivePredictionResult({u"Home"_s, 5, u"pr1"_s});

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <vantora/overlay/vtaoverlayview.h>
+
+// A host's player and remote: writes down what the overlay asked of it.
+class RecordingHost : public VTAOverlayDelegate
+{
+public:
+    QStringList calls;
+    void overlayRequestedPause() override { calls.append(QStringLiteral("pause")); }
+    void overlayRequestedPlay() override { calls.append(QStringLiteral("play")); }
+    void overlayRequestedFocus() override { calls.append(QStringLiteral("focus")); }
+    void overlayReleasedFocus() override { calls.append(QStringLiteral("release")); }
+};
