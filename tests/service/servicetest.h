@@ -61,21 +61,10 @@ protected:
         return VTAEnvironment(api, images, u"2c3d4e5f607182930415"_s, u"us2"_s, u"test3"_s);
     }
 
-    /// The cases of one family: the lines of the section of tests/data/service_cases.txt whose
-    /// title starts with `section`, each split into its cells.
+    /// The cases of one family in tests/data/service_cases.txt.
     static QList<QStringList> cases(QStringView section)
     {
-        QList<QStringList> rows;
-        bool inside = false;
-        for (const QString &line :
-             QString::fromUtf8(loadFixture(u"service_cases.txt")).split(u'\n')) {
-            if (line.startsWith(u"## "))
-                inside = line.mid(3).startsWith(section);
-            else if (inside && !line.isEmpty() && !line.startsWith(u'#'))
-                rows.append(line.split(u" | "_s));
-        }
-        EXPECT_FALSE(rows.isEmpty()) << "no cases for " << section.toString().toStdString();
-        return rows;
+        return caseTable(u"service_cases.txt", section);
     }
 
     /// The lines a test expects (requests, log lines); the backend answers "{}" at their URLs.

@@ -20,6 +20,20 @@ QByteArray loadFixture(QStringView name)
     return file.readAll();
 }
 
+QList<QStringList> caseTable(QStringView file, QStringView section)
+{
+    QList<QStringList> rows;
+    bool inside = false;
+    for (const QString &line : QString::fromUtf8(loadFixture(file)).split(u'\n')) {
+        if (line.startsWith(u"## "))
+            inside = line.mid(3).startsWith(section);
+        else if (inside && !line.isEmpty() && !line.startsWith(u'#'))
+            rows.append(line.split(QStringLiteral(" | ")));
+    }
+    EXPECT_FALSE(rows.isEmpty()) << "no cases for " << section.toString().toStdString();
+    return rows;
+}
+
 StdoutCapture::StdoutCapture()
 {
     std::fflush(stdout);

@@ -12,6 +12,11 @@ namespace Vantora::TestSupport {
 /// The bytes of a document under tests/data/; fails the current test when it cannot be read.
 QByteArray loadFixture(QStringView name);
 
+/// One family of cases from a table under tests/data/: the lines of the section ("## <title>")
+/// whose title starts with `section`, each split into its cells at " | "; lines starting with "#"
+/// are comments. Fails the current test when the section has no cases.
+QList<QStringList> caseTable(QStringView file, QStringView section);
+
 /// Redirects standard output while it lives, to check the exact lines a test provoked.
 ///
 ///   StdoutCapture out;
