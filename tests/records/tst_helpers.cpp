@@ -88,57 +88,22 @@ TEST(HelpersDeathTest, anAutoCloseTimeBeyond64BitsIsFatal)
     EXPECT_DEATH(poll.getAutoCloseTime(), "Arithmetic overflow: promotion secondsDelay \\+ 5");
 }
 
+// As the table tests/data/records_cases.txt lists them.
 TEST(Helpers, integersReadFromTextTakeTheWholeTextOrTheirDefault)
 {
-    // A rating's steps: capped at six, zero and negatives kept, 1 when the text is no integer.
-    const struct
-    {
-        const char *optionsNumber;
-        qint64 steps;
-    } ratings[] = {{"5", 5},
-                   {"6", 6},
-                   {"10", 6},
-                   {"0", 0},
-                   {"-3", -3},
-                   {"", 1},
-                   {"abc", 1},
-                   {"+4", 4},
-                   {" 4", 1},
-                   {"4 ", 1},
-                   {"4.0", 1},
-                   {"-", 1},
-                   {"99999999999999999999", 1},
-                   {"\uFF14", 1}};
-    for (const auto &row : ratings) {
-        SCOPED_TRACE(row.optionsNumber);
+    for (const QStringList &row : TestSupport::caseTable(u"records_cases.txt", u"rating steps")) {
+        SCOPED_TRACE(row[0].toStdString());
         Rating rating;
-        rating.optionsNumber = QString::fromUtf8(row.optionsNumber);
-        EXPECT_EQ(rating.max(), row.steps);
+        rating.optionsNumber = row[0].mid(1).chopped(1);
+        EXPECT_EQ(rating.max(), row[1].toLongLong());
     }
-
-    // An injection's moment, from whatever JSON value carried it: 0 when it is no integer.
-    const struct
-    {
-        const char *json;
-        qint64 seconds;
-    } injections[] = {{"1600000000", 1600000000},
-                      {"1600000000.0", 1600000000},
-                      {"1.6e9", 1600000000},
-                      {"\"1600000000\"", 1600000000},
-                      {"\"+1600000000\"", 1600000000},
-                      {"-5", -5},
-                      {"1600000000.5", 0},
-                      {"\"\"", 0},
-                      {"\" 1600000000\"", 0},
-                      {"\"1600000000.0\"", 0},
-                      {"true", 0},
-                      {"null", 0}};
-    for (const auto &row : injections) {
-        SCOPED_TRACE(row.json);
+    for (const QStringList &row :
+         TestSupport::caseTable(u"records_cases.txt", u"injection moments")) {
+        SCOPED_TRACE(row[0].toStdString());
         const auto injection = TestSupport::decodeOrFail<Injection>(
             R"({"id":"1","module":"polls","timeToStay":"30","active":true,"isPause":false,)"
             R"("injection_timestamp":)"
-            + QByteArray(row.json) + '}');
-        EXPECT_EQ(injection.getTimestamp(), row.seconds);
+            + row[0].toUtf8() + '}');
+        EXPECT_EQ(injection.getTimestamp(), row[1].toLongLong());
     }
 }

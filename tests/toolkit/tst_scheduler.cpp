@@ -1,11 +1,13 @@
 #include "vantora/toolkit/realtimescheduler_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
 
+#include "testsupport.h"
+
 #include <QTest>
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <cstdlib>
 
 using namespace Vantora;
 using namespace std::chrono_literals;
@@ -123,16 +125,15 @@ TEST(VirtualTime, timersEndByCancellationOrWithTheirContext)
     EXPECT_EQ(clock.pendingCount(), 0);
 }
 
-// 0.29 s is 289.99999999999997 ms before rounding; what cannot be a time is none, and a time
-// beyond 9.2e15 ms is that much.
+// As the table tests/data/toolkit_cases.txt lists them.
 TEST(Scheduler, secondsBecomeWholeMilliseconds)
 {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    std::string shown;
-    for (const double seconds :
-         {0.0, 0.29, 2.5, 0.0004, 0.0005, 600.0, -1.0, std::nan(""), -infinity, 1e300, infinity})
-        shown += std::to_string(secondsToMilliseconds(seconds).count()) + ' ';
-    EXPECT_EQ(shown, "0 290 2500 0 1 600000 0 0 0 9200000000000000 9200000000000000 ");
+    for (const QStringList &row :
+         TestSupport::caseTable(u"toolkit_cases.txt", u"secondsToMilliseconds")) {
+        const double seconds = std::strtod(row[0].toUtf8().constData(), nullptr);
+        EXPECT_EQ(secondsToMilliseconds(seconds).count(), row[1].toLongLong())
+            << row[0].toStdString();
+    }
 }
 
 // The event loop's scheduler, in real time and short delays. A channel lays hundreds of tasks at
