@@ -63,27 +63,11 @@ TEST(RemoteScript, ReadsEveryCommandWithItsTimeAndLine)
 
 TEST(RemoteScript, NamesTheFirstBadLineAndWhatIsWrong)
 {
-    for (const auto &[text, error] : {
-             std::pair{u"12"_s, u"line 1: expected a time and a command"_s},
-             {u"soon key Down"_s, u"line 1: 'soon' is not a time (a video second, or +seconds)"_s},
-             {u"+x key Down"_s, u"line 1: '+x' is not a time (a video second, or +seconds)"_s},
-             {u"# fine\n1 key Down\n2 press Down"_s, u"line 3: unknown command 'press'"_s},
-             {u"1 key Dwon"_s, u"line 1: no key named 'Dwon'"_s},
-             {u"1 key"_s, u"line 1: key takes a key name and an optional count"_s},
-             {u"1 key Down 0"_s, u"line 1: the count '0' is not a whole number from 1"_s},
-             {u"1 wait-for 10"_s, u"line 1: wait-for takes a limit in seconds and a text"_s},
-             {u"1 screenshot ../x"_s, u"line 1: screenshot takes one file name without folders"_s},
-             {u"1 seek -5"_s, u"line 1: seek takes one video second"_s},
-             {u"1 quit now"_s, u"line 1: quit takes nothing more"_s},
-             {u"1 mark"_s, u"line 1: mark takes a text"_s},
-             {u"1 admin /userApi/x"_s,
-              u"line 1: admin takes a path below /admin/ and an optional JSON object"_s},
-             {u"1 admin inject {\"id\":"_s,
-              u"line 1: admin's body is not a JSON object: {\"id\":"_s},
-         }) {
-        const RemoteScript script = RemoteScript::parse(text);
-        EXPECT_EQ(script.error, error);
-        EXPECT_TRUE(script.steps.isEmpty()) << qPrintable(text);
+    for (const QStringList &row :
+         Vantora::TestSupport::caseTable(u"tvapp_cases.txt", u"bad scripts")) {
+        const RemoteScript script = RemoteScript::parse(QString(row[0]).replace(u"\\n"_s, u"\n"_s));
+        EXPECT_EQ(script.error, row[1]);
+        EXPECT_TRUE(script.steps.isEmpty()) << qPrintable(row[0]);
     }
 }
 
