@@ -10,6 +10,7 @@
 using namespace Vantora;
 using namespace Vantora::DevServer;
 using namespace Vantora::DevServerTest;
+using Vantora::TestSupport::caseTable;
 
 using BackendTest = ServerFixture;
 
@@ -35,21 +36,10 @@ TEST(Multipart, readsWhatTheRfcAllowsAndRefusesTheRestWithTheReason)
         EXPECT_EQ(parsed ? QString() : parsed.error(), QString::fromUtf8(error))
             << body.constData();
     }
-    for (const auto &[header, boundary] :
-         {std::pair{"Multipart/Form-Data;boundary=\"quoted; with semicolon\"",
-                    "quoted; with semicolon"},
-          {"multipart/form-data; charset=utf-8; BOUNDARY=x", "x"},
-          {"multipart/form-data; boundary=\"a\\\"b\"", "a\"b"},
-          {"application/json",
-           "Content-Type is \"application/json\", expected multipart/form-data"},
-          {"multipart/form-data", "Content-Type has no boundary"},
-          {"multipart/form-data; boundary=\"unterminated",
-           "Content-Type: unterminated quoted value of boundary"},
-          {"multipart/form-data; boundary=", "invalid boundary \"\""}}) {
-        const auto found = multipartBoundary(header);
-        EXPECT_EQ(found ? QString::fromUtf8(found.value()) : found.error(),
-                  QString::fromUtf8(boundary))
-            << header;
+    for (const QStringList &row : caseTable(u"devserver_cases.txt", u"multipart boundaries")) {
+        const auto found = multipartBoundary(row[0].toUtf8());
+        EXPECT_EQ(found ? QString::fromUtf8(found.value()) : found.error(), row[1])
+            << qPrintable(row[0]);
     }
 }
 
@@ -65,35 +55,10 @@ TEST_F(BackendTest, aViewersEveningFromRegistrationToSettlement)
     const QString token = dana["token"_L1].toString();
     const QString other = call("/user/register", "$W", {})["token"_L1].toString();
 
-    // Each answer pays its item's experience once; 20 and 60 experience reach levels 2 and 3,
-    // which pay 10 and 20 gift credits. A client adds giftPointsGiven to total_points.
-    const QString level2 =
-        uR"("userLevel":{"level":"2","name":"Viewer","expoints":"20","gift_points":"10"})"_s;
-    for (const auto &[operation, answer, reply] :
-         {std::tuple{"/poll/answer_new/p100", R"("Latte")",
-                     uR"("questionId":"p100","answer":"Latte","channelId":"1001","isAnswered":true,
-                            "expoints_given":10,"giftPointsGiven":0,"userLevel":{"level":"1","name":"Rookie",
-                            "expoints":"0","gift_points":"0"})"_s},
-          {"/rating/answer_new/r300", "5", // the top of the scale
-           uR"("ratingId":"r300","answer":5,"isAnswered":true,"expoints_given":5)"_s},
-          {"/trivia/answer/t402", R"("11")",
-           uR"("isCorrect":true,"isAnswered":true,"points":5,"pointsGiven":5,"expoints_given":5,
-                  "giftPointsGiven":10,"total_points":5,"total_expoints":20,)"_s
-               + level2},
-          {"/poll/answer_new/p101", R"("The band")",
-           uR"("expoints_given":15,"giftPointsGiven":0,)"_s + level2},
-          {"/poll/answer_new/pr200", R"("Reds")", uR"("expoints_given":20,"giftPointsGiven":0)"_s},
-          {"/trivia/answer/t401", R"("Spain")", // wrong: experience, no credits
-           uR"("isCorrect":false,"pointsGiven":0,"giftPointsGiven":20,"total_points":15,
-                  "total_expoints":70,"correctAnswer":{"answer":"France","image":"trivia/flag-fr.png"})"_s},
-          // Answered before: the first answer stands and pays nothing.
-          {"/poll/answer_new/p100", R"("Espresso")",
-           uR"("isAnswered":false,"answer":"Latte","expoints_given":0)"_s},
-          {"/trivia/answer/t401", R"("France")",
-           uR"("isAnswered":false,"isCorrect":false,"answer":"Spain")"_s}}) {
+    for (const QStringList &row : caseTable(u"devserver_cases.txt", u"answers")) {
         const QJsonValue answered =
-            call(operation, "$W,\"answer\":"_ba + answer, token)["answer"_L1];
-        EXPECT_TRUE(has(answered, reply)) << operation;
+            call(qPrintable(row[0]), "$W,\"answer\":" + row[1].toUtf8(), token)["answer"_L1];
+        EXPECT_TRUE(has(answered, row[2])) << qPrintable(row[0]);
     }
     EXPECT_TRUE(has(call("/trivia/getQuestionById/t401", "$W", token)["answer"_L1],
                     uR"("answer":"Spain","isCorrect":false,"correctAnswer":{"answer":"France",
@@ -151,28 +116,10 @@ TEST_F(BackendTest, rejectionsNameTheProblemAndStoreNothing)
         EXPECT_TRUE(reply.json()["error"_L1].toString().startsWith(QLatin1StringView(error)))
             << error;
     }
-    // A repeated key counts once, the first: the data below can name another viewer or broadcaster.
-    for (const auto &[operation, data, status, error] :
-         {std::tuple{"/rating/answer_new/r300", R"($W,"answer":"4")", 400,
-                     "request: data.answer: expected integer"},
-          {"/poll/answer_new/p100", R"("userToken":"x",$W,"answer":"Latte")", 401,
-           "unknown userToken"},
-          {"/poll/answer_new/p100", R"("broadcasterName":"b",$W,"answer":"Latte")", 404,
-           "no channel 1001 for broadcaster b"},
-          {"/user/register", R"("channelId":"9",$W)", 404,
-           "no channel 9 for broadcaster vantora-demo"},
-          {"/poll/answer_new/p999", R"($W,"answer":"Latte")", 404, "no poll p999 in channel 1001"},
-          {"/poll/answer_new/p100", R"($W,"answer":"Mocha")", 400,
-           "data.answer: \"Mocha\" is not an answer"},
-          {"/rating/answer_new/r300", R"($W,"answer":6)", 400, "data.answer: 6 is outside 1..5"},
-          {"/rating/answer_new/r300", R"($W,"answer":0)", 400, "data.answer: 0 is outside 1..5"},
-          {"/trivia/answer/t400", R"($W,"answer":"Peru")", 400,
-           "data.answer: \"Peru\" is not an answer"},
-          {"/poll/answer_new/", "$W", 404, "no operation /poll/answer_new/"}}) {
-        const HttpResult reply = api(QString::fromLatin1(operation), data, token);
-        EXPECT_EQ(reply.status, status) << operation << " " << data;
-        EXPECT_TRUE(reply.json()["error"_L1].toString().startsWith(QLatin1StringView(error)))
-            << error;
+    for (const QStringList &row : caseTable(u"devserver_cases.txt", u"rejections")) {
+        const HttpResult reply = api(row[0], row[1].toUtf8(), token);
+        EXPECT_EQ(reply.status, row[2].toInt()) << qPrintable(row[0] + u' ' + row[1]);
+        EXPECT_TRUE(reply.json()["error"_L1].toString().startsWith(row[3])) << qPrintable(row[3]);
     }
     EXPECT_EQ(http("GET", u"/admin/answers"_s).body, "[]");
     const QJsonArray viewers = DevServerTest::admin(m_port, u"viewers"_s).array();
@@ -188,13 +135,8 @@ TEST_F(BackendTest, channelListsAndMedia)
     EXPECT_EQ(QByteArray::fromBase64(list.value()[0].urlB64.toLatin1()),
               "https://tv.example/vantora-demo/1001");
     EXPECT_TRUE(http("GET", u"/media/polls/coffee.png"_s).body.startsWith("\x89PNG\r\n"));
-    for (const QString &row :
-         {u"GET /channels/nobody__test3.json 404"_s,
-          u"POST /channels/vantora-demo__test3.json 405"_s, u"GET /media/polls/none.png 404"_s,
-          u"GET /media/polls 404"_s, u"POST /media/polls/coffee.png 405"_s, u"GET /x 404"_s})
-        EXPECT_EQ(http(row.section(u' ', 0, 0).toLatin1(), row.section(u' ', 1, 1)).status,
-                  row.section(u' ', 2).toInt())
-            << qPrintable(row);
+    for (const QStringList &row : caseTable(u"devserver_cases.txt", u"missing"))
+        EXPECT_EQ(http(row[0].toLatin1(), row[1]).status, row[2].toInt()) << qPrintable(row[1]);
     // QUrl resolves dot segments before a request leaves, so these go out as they are written.
     for (const auto &[path, status] : {std::pair{"/media/polls/../polls/coffee.png", "200 OK"},
                                        {"/media/../channels/1001.json", "404 Not Found"}}) {
