@@ -34,24 +34,12 @@ protected:
 
 TEST_F(DisplayTest, eachModuleFindsItsRecordAndLogsItsKind)
 {
-    const struct
-    {
-        const char *id, *module, *line; // no line: dropped
-    } rows[] = {
-        {"p1", "polls", "VTA showing POLL"},
-        {"pr1", "predictions", "VTA showing POLL"},
-        {"pr1", "prediction", "VTA showing POLL"},
-        {"r1", "rating", "VTA showing RATING"},
-        {"p1", "rating", nullptr},
-        {"pr1", "polls", nullptr},
-        {"P1", "polls", nullptr},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(std::string(row.id) + " " + row.module);
-        const QStringList lines =
-            linesOf([&] { show(QString::fromLatin1(row.id), QString::fromLatin1(row.module)); });
-        EXPECT_EQ(lines, row.line ? QStringList{QString::fromLatin1(row.line)} : QStringList{});
-        EXPECT_EQ(shownID(), row.line ? QString::fromLatin1(row.id) : QString());
+    for (const QStringList &row : caseTable(u"overlay_cases.txt", u"modules")) {
+        SCOPED_TRACE(row.join(u' ').toStdString());
+        const bool shown = row[2] != u"-"_s;
+        EXPECT_EQ(linesOf([&] { show(row[0], row[1]); }),
+                  shown ? QStringList{row[2]} : QStringList{});
+        EXPECT_EQ(shownID(), shown ? row[0] : QString());
         closeCard();
     }
 }

@@ -34,54 +34,34 @@ protected:
 // absolute totals, and one that does not count the answer leaves the card waiting.
 TEST_F(LiveTest, answerRepliesRecordTheAnswerAndUpdateTheViewersTotals)
 {
-    const struct
-    {
-        const char *name, *members;
-        double credits, experience;
-        qint64 level;
-        std::optional<InteractionState> quiz = {}; ///< a trivia reply: the card's state after
-    } rows[] = {
-        {"nothing given", R"("expoints_given":0,"userLevel":{"level":"7"})", 100, 20, 3},
-        {"zero gift", R"("expoints_given":0,"giftPointsGiven":0,"userLevel":{"level":"7"})", 100,
-         20, 7},
-        {"unreadable level", R"("expoints_given":10,"userLevel":{"level":"seven"})", 100, 30, 3},
-        {"points and gift", R"("expoints_given":10,"giftPointsGiven":5,"userLevel":{"level":"4"})",
-         105, 30, 4},
-        {"trivia: absolute totals plus gift",
-         R"("isAnswered":true,"total_points":120,"giftPointsGiven":5,"total_expoints":70)", 125, 70,
-         3, InteractionState::completed},
-        {"trivia: points won added",
-         R"("isAnswered":true,"pointsGiven":40,"userLevel":{"level":"5"})", 140, 35, 5,
-         InteractionState::completed},
-        {"trivia: not answered", R"("pointsGiven":40)", 100, 20, 3, InteractionState::loading},
-    };
     answer("/userApi/trivia/getQuestionById/q7", Json::encode(trivia(u"q7"_s)));
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const QStringList &row : caseTable(u"overlay_cases.txt", u"answer replies")) {
+        SCOPED_TRACE(row[0].toStdString());
         std::tie(state().totalCredits, state().totalExpoints, state().level) =
             std::tuple(100, 20, 3);
         state().pollAnswers.clear();
-        if (row.quiz) {
+        if (row[5] != u"-"_s) {
             answer("/userApi/trivia/answer/q7",
                    R"({"answer":{"userId":"u","questionId":"q7","answer":"Real Madrid",
                    "correctAnswer":{"answer":"Real Madrid"},"isCorrect":true,"expoints_given":15,
                    "points":100,)"
-                       + QByteArray(row.members) + "}}");
+                       + row[1].toUtf8() + "}}");
             controller->inject(u"q7"_s, {30}, 9);
             clock.advanceBy(1s);
             auto *quiz = qobject_cast<VTATriviaView *>(card());
             ASSERT_TRUE(quiz);
             quiz->actionAnswer(quiz->answerViews()[0]->button());
             clock.runPending();
-            EXPECT_EQ(quiz->state(), *row.quiz);
+            EXPECT_STREQ(QMetaEnum::fromType<InteractionState>().valueToKey(int(quiz->state())),
+                         qPrintable(row[5]));
         } else {
-            answerReply("/userApi/poll/answer_new/", "p1", row.members);
+            answerReply("/userApi/poll/answer_new/", "p1", row[1].toUtf8());
             vote(poll(u"p1"_s));
             EXPECT_EQ(state().pollAnswers.value(u"p1"_s), u"Home"_s);
         }
         EXPECT_EQ(std::tie(state().totalCredits, state().totalExpoints, state().level),
-                  std::tuple(row.credits, row.experience, row.level));
-        EXPECT_EQ(text(card()->infoView()->levelLabel()), QString::number(row.level));
+                  std::tuple(row[2].toDouble(), row[3].toDouble(), row[4].toLongLong()));
+        EXPECT_EQ(text(card()->infoView()->levelLabel()), row[4]);
         closeCard();
     }
 
