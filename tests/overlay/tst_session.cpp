@@ -7,26 +7,17 @@
 
 TEST_F(OverlayTest, startUpStopsAtAChannelThatCannotBeVerifiedOrFound)
 {
-    using Failure = VTAOverlayView::SessionFailure;
-    const struct
-    {
-        const char *list, *line;
-        Failure failure;
-    } rows[] = {
-        {R"([{"channel":"ch1"}])", "VTA - Could not verify channel", Failure::ChannelNotVerified},
-        {"[]", "VTA - Channel not found", Failure::ChannelNotFound},
-        {R"([{"channel":"CH1","additionalPageSettings":"","urlB64":""}])",
-         "VTA - Channel not found", Failure::ChannelNotFound},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.list);
-        answer(channelList, row.list);
+    for (const QStringList &row : caseTable(u"overlay_cases.txt", u"unusable channel lists")) {
+        SCOPED_TRACE(row[0].toStdString());
+        answer(channelList, row[0].toUtf8());
         const qsizetype before = backend->requests().size();
         QSignalSpy failures(overlay, &VTAOverlayView::sessionFailed);
-        EXPECT_EQ(linesOf([&] { load(); }), QStringList{QString::fromLatin1(row.line)});
+        EXPECT_EQ(linesOf([&] { load(); }), QStringList{row[1]});
         clock.advanceBy(5s);
         ASSERT_EQ(failures.size(), 1);
-        EXPECT_EQ(failures[0][0].value<Failure>(), row.failure);
+        EXPECT_STREQ(QMetaEnum::fromType<VTAOverlayView::SessionFailure>().valueToKey(
+                         int(failures[0][0].value<VTAOverlayView::SessionFailure>())),
+                     qPrintable(row[2]));
         EXPECT_EQ(backend->requests().size(), before + 1); // the channel list, nothing more
         EXPECT_EQ(controller->pusherHelper.pusher(), nullptr);
     }
