@@ -94,7 +94,7 @@ TEST(Helpers, integersReadFromTextTakeTheWholeTextOrTheirDefault)
     for (const QStringList &row : TestSupport::caseTable(u"records_cases.txt", u"rating steps")) {
         SCOPED_TRACE(row[0].toStdString());
         Rating rating;
-        rating.optionsNumber = row[0].mid(1).chopped(1);
+        rating.optionsNumber = TestSupport::unquoted(row[0]);
         EXPECT_EQ(rating.max(), row[1].toLongLong());
     }
     for (const QStringList &row :

@@ -17,6 +17,12 @@ QByteArray loadFixture(QStringView name);
 /// are comments. Fails the current test when the section has no cases.
 QList<QStringList> caseTable(QStringView file, QStringView section);
 
+/// A text cell of such a table without the double quotes that keep its blanks visible.
+inline QString unquoted(const QString &cell)
+{
+    return cell.mid(1).chopped(1);
+}
+
 /// Redirects standard output while it lives, to check the exact lines a test provoked.
 ///
 ///   StdoutCapture out;

@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 TEST(Colors, hexTextsAreRrggbbaaOrRrggbb)
 {
     for (const QStringList &row : TestSupport::caseTable(u"toolkit_cases.txt", u"colorFromHex")) {
-        const std::optional<QColor> color = colorFromHex(row[0].mid(1).chopped(1));
+        const std::optional<QColor> color = colorFromHex(TestSupport::unquoted(row[0]));
         EXPECT_EQ(color ? color->name(QColor::HexArgb) : u"none"_s, row[1]) << row[0].toStdString();
     }
 }

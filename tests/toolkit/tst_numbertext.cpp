@@ -21,19 +21,13 @@ double value(const QString &cell)
     return std::strtod(cell.toUtf8().constData(), nullptr);
 }
 
-// A text cell without the quotes around it.
-QString text(const QString &cell)
-{
-    return cell.mid(1).chopped(1);
-}
-
 } // namespace
 
 TEST(NumberText, parseIntegerReadsTheWholeTextOrNothing)
 {
     for (const QStringList &row : caseTable(u"toolkit_cases.txt", u"parseInteger")) {
         SCOPED_TRACE(row[0].toStdString());
-        const std::optional<qint64> read = parseInteger(text(row[0]));
+        const std::optional<qint64> read = parseInteger(unquoted(row[0]));
         EXPECT_EQ(read ? QString::number(*read) : u"none"_s, row[1]);
     }
 }
