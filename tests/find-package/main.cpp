@@ -1,26 +1,6 @@
 // Includes every installed header and calls into the shared library.
 
-#include <vantora/overlay/vtaoverlayview.h>
-#include <vantora/records/apibodies.h>
-#include <vantora/records/interactionrecords.h>
-#include <vantora/records/promotion.h>
-#include <vantora/records/relaxedstring.h>
-#include <vantora/records/sessioninfo.h>
-#include <vantora/records/streamerinfo.h>
-#include <vantora/records/userrecords.h>
-#include <vantora/records/vtadeployment.h>
-#include <vantora/records/vtaenvironment.h>
-#include <vantora/version.h>
-#include <vantora/views/infoview/vtainfoview.h>
-#include <vantora/views/interactionview/vtainteractionview.h>
-#include <vantora/views/notice/vtanotice.h>
-#include <vantora/views/poll/vtapollanswerview.h>
-#include <vantora/views/poll/vtapollview.h>
-#include <vantora/views/rating/vtaratinganswerview.h>
-#include <vantora/views/rating/vtaratingview.h>
-#include <vantora/views/trivia/vtatriviaanswerview.h>
-#include <vantora/views/trivia/vtatriviaview.h>
-#include <vantora/views/vtaviews.h>
+#include "every_header.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>

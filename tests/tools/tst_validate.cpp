@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -34,44 +35,18 @@ const QString data = QStringLiteral(VANTORA_TEST_DATA_DIR "/");
 
 } // namespace
 
+// As the table tests/data/tools_cases.txt lists them.
 TEST(Validate, reportsOkTheErrorOrBadUsage)
 {
-    const struct
-    {
-        const char *name;
-        QStringList arguments;
-        QByteArray input;
-        int exitCode;
-        QByteArray out;
-        const char *errContains;
-    } rows[] = {
-        {"valid file", {u"StreamerInfo"_s, data + u"channel_full.json"_s}, {}, 0, "ok\n", ""},
-        {"valid input", {u"AnalyticsResponse"_s, u"-"_s}, R"({"status":"ok"})", 0, "ok\n", ""},
-        {"invalid input",
-         {u"User"_s, u"-"_s},
-         R"({"name":"Dana"})",
-         1,
-         "error: email: missing\n",
-         ""},
-        {"nested failure",
-         {u"Channel[]"_s, u"-"_s},
-         R"([{"channel":"c","additionalPageSettings":"","urlB64":3}])",
-         1,
-         "error: [0].urlB64: expected string, got number\n",
-         ""},
-        {"not JSON", {u"User"_s, u"-"_s}, "{", 1, "", ""},
-        {"unknown record", {u"Nope"_s, u"-"_s}, {}, 2, "", "unknown record Nope"},
-        {"no file", {u"StreamerInfo"_s}, {}, 2, "", "usage: vantora-validate"},
-        {"unreadable file", {u"User"_s, u"/nonexistent/user.json"_s}, {}, 2, "", "cannot read"},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        const Outcome run = validate(row.arguments, row.input);
-        EXPECT_EQ(run.exitCode, row.exitCode) << run.err.constData();
-        if (!row.out.isEmpty()) {
-            EXPECT_EQ(run.out, row.out);
-        }
-        EXPECT_TRUE(run.err.contains(row.errContains)) << run.err.constData();
+    using TestSupport::unquoted;
+    for (const QStringList &row : TestSupport::caseTable(u"tools_cases.txt", u"validate")) {
+        SCOPED_TRACE(row[0].toStdString());
+        const QStringList arguments = QString(row[1]).replace(u"{data}"_s, data).split(u' ');
+        const Outcome run = validate(arguments, unquoted(row[2]).toUtf8());
+        EXPECT_EQ(run.exitCode, row[3].toInt()) << run.err.constData();
+        const QString out = unquoted(row[4]);
+        EXPECT_TRUE(out.isEmpty() || run.out == out.toUtf8() + '\n') << run.out.constData();
+        EXPECT_TRUE(run.err.contains(unquoted(row[5]).toUtf8())) << run.err.constData();
     }
     EXPECT_TRUE(validate({u"User"_s, u"-"_s}, "{").out.startsWith("error: invalid JSON ("));
 }
