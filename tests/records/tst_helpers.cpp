@@ -27,58 +27,35 @@ Promotion promotion(const QString &name, std::optional<QString> clientType, cons
 
 } // namespace
 
+// As the table tests/data/records_cases.txt lists them.
 TEST(Helpers, theFirstSmartTvPromotionDecidesForPollsRatingsAndTrivia)
 {
-    const struct
-    {
-        const char *name;
+    for (const QStringList &row : TestSupport::caseTable(u"records_cases.txt", u"promotions")) {
+        SCOPED_TRACE(row[0].toStdString());
         QList<Promotion> prizes;
-        QString chosen; ///< the promotion's name, empty for none
-        bool atStart;
-        qint64 autoClose;
-    } rows[] = {
-        {"no promotions", {}, {}, false, 5},
-        {"flip", {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, 10)}, u"f"_s, false, 15},
-        {"display", {promotion(u"d"_s, u"smartTV"_s, u"display"_s, 10)}, u"d"_s, true, 5},
-        {"capitalised client type", {promotion(u"c"_s, u"SmartTV"_s, u"display"_s)}, {}, false, 5},
-        {"no client type", {promotion(u"n"_s, std::nullopt, u"flip"_s, 3)}, {}, false, 5},
-        {"web promotion before the TV one",
-         {promotion(u"web"_s, u"web"_s, u"display"_s),
-          promotion(u"tv"_s, u"smartTV"_s, u"flip"_s, 3)},
-         u"tv"_s,
-         false,
-         8},
-        {"a second TV promotion never counts",
-         {promotion(u"first"_s, u"smartTV"_s, u"banner"_s, 9),
-          promotion(u"second"_s, u"smartTV"_s, u"display"_s)},
-         u"first"_s,
-         false,
-         5},
-        {"negative delay", {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, -10)}, u"f"_s, false, -5},
-        {"largest delay that fits",
-         {promotion(u"f"_s, u"smartTV"_s, u"flip"_s, largest - 5)},
-         u"f"_s,
-         false,
-         largest},
-    };
-    const auto expect = [](const auto &item, const auto &row) {
-        const std::optional<Promotion> chosen = item.getPromotion();
-        EXPECT_EQ(chosen ? chosen->name : QString(), row.chosen);
-        EXPECT_EQ(item.showPromotionAtStart(), row.atStart);
-        EXPECT_EQ(item.getAutoCloseTime(), row.autoClose);
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
+        for (const QString &prize : row[1].split(u", "_s, Qt::SkipEmptyParts)) {
+            const QStringList cells = prize.split(u' ');
+            prizes.append(promotion(cells[0],
+                                    cells[1] == u"-" ? std::nullopt : std::optional(cells[1]),
+                                    cells[2], cells[3].toLongLong()));
+        }
+        const auto expect = [&](const auto &item) {
+            const std::optional<Promotion> chosen = item.getPromotion();
+            EXPECT_EQ(chosen ? chosen->name : u"-"_s, row[2]);
+            EXPECT_EQ(item.showPromotionAtStart(), row[3] == u"yes");
+            EXPECT_EQ(item.getAutoCloseTime(), row[4].toLongLong());
+        };
         Poll poll;
         Rating rating;
         TriviaQuestion question;
-        poll.prizes = rating.prizes = row.prizes;
-        question.prizes = row.prizes;
-        expect(poll, row);
-        expect(rating, row);
-        expect(question, row);
+        poll.prizes = rating.prizes = prizes;
+        question.prizes = prizes;
+        expect(poll);
+        expect(rating);
+        expect(question);
+        if (prizes.isEmpty())
+            expect(TriviaQuestion{}); // a question without prizes has none
     }
-    expect(TriviaQuestion{}, rows[0]); // a question without prizes has none
 }
 
 TEST(HelpersDeathTest, anAutoCloseTimeBeyond64BitsIsFatal)
