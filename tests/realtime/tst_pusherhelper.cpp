@@ -266,19 +266,15 @@ TEST(PusherHelper, eachPayloadBecomesItsCallInItsTimeOrNothingOnceTheHelperIsGon
 TEST(PusherHelper, connectsToTheDeploymentsRealtimeHostWithTheEnvironmentsKeyAndCluster)
 {
     VirtualTimeScheduler clock;
-    for (const auto &[realtimeURL, url] :
-         {std::pair{"wss://ws-{cluster}.rt.example", "wss://ws-us2.rt.example:443"},
-          std::pair{"https://127.0.0.1:8443", "wss://127.0.0.1:8443"},
-          std::pair{"ws://127.0.0.1", "ws://127.0.0.1:80"},
-          std::pair{"", "wss://ws-us2.pusher.com:443"}}) {
+    for (const QStringList &row : caseTable(u"realtime_cases.txt", u"hosts")) {
         VTADeployment deployment = VTADeployment::current();
-        deployment.realtimeURL = QString::fromUtf8(realtimeURL);
+        deployment.realtimeURL = row[0] == u"\"\"" ? QString() : row[0];
         VTADeployment::configure(deployment);
         PusherHelper helper;
         helper.connect(u"42"_s, {}, VTAEnvironment({}, {}, u"KEY"_s, u"us2"_s, u"test3"_s));
         helper.close();
         EXPECT_EQ(helper.pusher()->url().toString(),
-                  QString::fromUtf8(url) + u"/app/KEY?protocol=7&client=vantora-cpp&version="_s
+                  row[1] + u"/app/KEY?protocol=7&client=vantora-cpp&version="_s
                       + QStringLiteral(VANTORA_VERSION_STRING));
     }
 }
@@ -351,21 +347,14 @@ TEST(PusherClient, speaksAfterTheHandshakeDeliversItsChannelsEventsAndKeepsTheLi
 
 TEST(PusherClient, pingsAfterTheShorterOfItsOwnAndTheServersActivityTimeOut)
 {
-    const std::pair<QJsonValue, ms> rows[] = {
-        // The server's 10 s (the handshake test's) is shorter than our 120 s, its 500 s is not.
-        {QJsonObject{{u"socket_id"_s, u"1.2"_s}, {u"activity_timeout"_s, 500}}, 120s},
-        {uR"({"socket_id":"1.2"})"_s, 120s},
-        {uR"({"socket_id":"1.2","activity_timeout":0})"_s, 120s},
-        {uR"({"socket_id":"1.2","activity_timeout":10.0})"_s, 10s},
-        {uR"({"socket_id":"1.2","activity_timeout":10.5})"_s, 120s},
-        {uR"({"socket_id":"1.2","activity_timeout":100000000000000000000})"_s, 120s},
-        {uR"({"socket_id":"1.2","activity_timeout":9223372036854775807})"_s, 120s},
-    };
-    for (const auto &[data, pingAfter] : rows) {
-        SCOPED_TRACE(QJsonDocument(QJsonObject{{u"data"_s, data}}).toJson().toStdString());
+    for (const QStringList &row : caseTable(u"realtime_cases.txt", u"activity time-outs")) {
+        SCOPED_TRACE(row[0].toStdString());
+        const ms pingAfter = std::chrono::seconds(row[1].toInt());
         Rig rig;
         rig.start();
-        rig.handshake(data);
+        rig.handshake(row.value(2) == u"object"
+                          ? QJsonValue(QJsonDocument::fromJson(row[0].toUtf8()).object())
+                          : QJsonValue(row[0]));
         rig.clock.advanceBy(pingAfter - 1ms);
         rig.quiet();
         rig.clock.advanceBy(1ms);
@@ -375,33 +364,13 @@ TEST(PusherClient, pingsAfterTheShorterOfItsOwnAndTheServersActivityTimeOut)
 
 TEST(PusherClient, howAConnectionEndsDecidesWhetherAndWhenTheClientComesBack)
 {
-    // How each connection ends: closed with a code, after the handshake or before it; a frame
-    // sent instead of the handshake; dropped without a close; silent; or refused.
-    const QList<ms> never, atOnce{0ms, 0ms, 0ms}, backOff{0ms, 1s, 4s}, atLeast1s{1s, 1s, 4s};
-    const std::pair<const char *, QList<ms>> rows[] = {
-        {"hand-shake, close 4000", never},
-        {"close 4099", never},
-        {R"(send {"event":"pusher:error","data":{"code":4001,"message":"no"}})", never},
-        {"close 4100", atLeast1s},
-        {"hand-shake, close 4199", {1s, 1s, 1s}},
-        {R"(send {"event":"pusher:error","data":{"code":4100}})", atLeast1s},
-        {"close 4200", atOnce},
-        {"hand-shake, close 4299", atOnce},
-        {R"(send {"event":"pusher:error","data":"{\"code\":4201}"})", atOnce},
-        {"close 3999", backOff},
-        {"close 4300", backOff},
-        {"hand-shake, close 1000", atOnce},
-        {R"(send {"event":"pusher:error","data":{"message":"no code"}})", backOff},
-        {R"(send {"event":"pusher:connection_established","data":"{\"activity_timeout\":1}"})",
-         backOff},
-        {R"(send {"event":"pusher:connection_established","data":"socket"})", backOff},
-        {"drop", backOff},
-        {"silence", backOff},
-        {"refused", {0s, 1s, 4s, 9s, 16s, 25s, 36s, 49s, 64s, 81s, 100s, 120s, 120s}},
-    };
-    for (const auto &[how, delays] : rows) {
-        SCOPED_TRACE(how);
-        const QByteArray end(how);
+    for (const QStringList &row : caseTable(u"realtime_cases.txt", u"connection ends")) {
+        SCOPED_TRACE(row[0].toStdString());
+        const QByteArray end = row[0].toUtf8();
+        QList<ms> delays;
+        for (const QString &seconds : row[1].split(u' ', Qt::SkipEmptyParts))
+            if (seconds != u"never")
+                delays.append(std::chrono::seconds(seconds.toInt()));
         Rig rig;
         if (end == "refused")
             rig.server.close();
