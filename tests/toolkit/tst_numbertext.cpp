@@ -1,9 +1,13 @@
-// How numbers are read from texts and written for the backend and the viewer, as the table
-// tests/data/toolkit_cases.txt lists them.
+// How numbers and colours are read from the backend's texts and numbers written for the backend and
+// the viewer, as the table tests/data/toolkit_cases.txt lists them; and the cards' own font.
 
+#include "vantora/toolkit/colors_p.h"
+#include "vantora/toolkit/fonts_p.h"
 #include "vantora/toolkit/numbertext_p.h"
 
 #include "testsupport.h"
+
+#include <QFontInfo>
 
 #include <gtest/gtest.h>
 
@@ -45,4 +49,20 @@ TEST(NumberText, formatDecimalRoundsTheShortestDecimalHalfToEven)
             << row.join(u" | "_s).toStdString();
     for (const QStringList &row : caseTable(u"toolkit_cases.txt", u"formatOneDecimal"))
         EXPECT_EQ(formatOneDecimal(value(row[0])), row[1]) << row[0].toStdString();
+}
+
+TEST(Colors, hexTextsAreRrggbbaaOrRrggbb)
+{
+    for (const QStringList &row : caseTable(u"toolkit_cases.txt", u"colorFromHex")) {
+        const std::optional<QColor> color = colorFromHex(unquoted(row[0]));
+        EXPECT_EQ(color ? color->name(QColor::HexArgb) : u"none"_s, row[1]) << row[0].toStdString();
+    }
+}
+
+TEST(Fonts, theBundledFontIsRegisteredOnce)
+{
+    EXPECT_EQ(registerFontsIfNeeded(), 3);
+    EXPECT_EQ(registerFontsIfNeeded(), 0);
+    QFont bold(QString::fromLatin1(cardFontFamily), 32, QFont::Bold);
+    EXPECT_EQ(QFontInfo(bold).family(), QLatin1StringView(cardFontFamily));
 }
