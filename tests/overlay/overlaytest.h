@@ -22,53 +22,6 @@ using namespace std::chrono_literals;
 // Records are written with designated initializers that name only the members a test sets.
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 
-inline Poll poll(const QString &id, const QString &questionType = u"poll"_s,
-                 std::optional<qint64> home = 3, std::optional<qint64> away = 1)
-{
-    return {
-        .name = id,
-        .id = id,
-        .question = u"Who scores next?"_s,
-        .questionType = questionType,
-        .status = u"active"_s,
-        .answers = {{.answer = u"Home"_s, .totals = home}, {.answer = u"Away"_s, .totals = away}}};
-}
-
-inline Rating rating(const QString &id)
-{
-    return {.name = u"How was the half?"_s,
-            .id = id,
-            .optionsNumber = u"5"_s,
-            .averageRate = 3.5,
-            .totalPeople = 4,
-            .totalPoints = 14};
-}
-
-inline Clock clockEntry(const QString &id, const QString &module, qint64 time, bool pause = false,
-                        const QString &timeToStay = u"20"_s)
-{
-    return {{id}, module, time, {timeToStay}, pause, false, true};
-}
-
-/// The channel "ch1": polls p1 and p2, prediction pr1, rating r1, and no clock entries.
-inline StreamerInfo channel()
-{
-    return {.id = u"ch1"_s,
-            .polls = QList<Poll>{poll(u"p1"_s), poll(u"p2"_s)},
-            .ratings = QList<Rating>{rating(u"r1"_s)},
-            .predictions = QList<Poll>{poll(u"pr1"_s, u"prediction"_s)}};
-}
-
-inline Trivia trivia(const QString &id)
-{
-    return {{.id = id, .question = u"Who won?"_s, .answers = {{u"Real Madrid"_s}, {u"Benfica"_s}}}};
-}
-
-inline User user(const QString &token = u"tok-1"_s)
-{
-    return {.token = token, .level = 3, .amount_of_credits_won = 100, .expirience_points = 20};
-}
-
 class OverlayTest : public ServiceTest
 {
 protected:
@@ -77,17 +30,42 @@ protected:
     OverlayTest()
     {
         answer(channelList, R"([{"channel":"ch1","additionalPageSettings":"","urlB64":""}])");
-        answer("/userApi/user/register", Json::encode(user(u"tok-new"_s)));
-        answer("/userApi/user/login_by_token", Json::encode(user()));
-        answer("/userApi/streamer/getInfo", Json::encode(channel()));
+        answer("/userApi/user/register",
+               loadFixture(u"overlay_user.json").replace("tok-1", "tok-new"));
+        answer("/userApi/user/login_by_token", loadFixture(u"overlay_user.json"));
+        answer("/userApi/streamer/getInfo", loadFixture(u"overlay_channel.json"));
+        answer("/userApi/trivia/getQuestionById/q7", loadFixture(u"overlay_trivia.json"));
         answer("/userApi/analytics/add", R"({"status":"ok"})");
         answer("/", ""); // an item without a picture asks for the media root
-        answerReply("/userApi/poll/answer_new/", "p1",
-                    R"("expoints_given":10,"giftPointsGiven":5,"userLevel":{"level":"4"})");
+        answerReply("p1", R"("expoints_given":10,"giftPointsGiven":5,"userLevel":{"level":"4"})");
         overlay = new VTAOverlayView(window.contentItem());
         overlay->setSize({1920, 1080});
         controller = OverlayController::of(overlay);
         window.show();
+    }
+
+    // The records of tests/data/overlay_*.json: the channel ch1 (polls p1 and p2, prediction pr1,
+    // rating r1, no clock entries), the trivia question q7 and the viewer tok-1 (level 3, 100
+    // credits, 20 experience points).
+    static StreamerInfo channel()
+    {
+        return Json::decode<StreamerInfo>(loadFixture(u"overlay_channel.json")).value();
+    }
+    static Rating rating() { return channel().ratings->first(); }
+
+    // Poll p1 under another id and question type.
+    static Poll poll(const QString &id, const QString &questionType = u"poll"_s)
+    {
+        Poll poll = channel().polls->first();
+        poll.id = id;
+        poll.questionType = questionType;
+        return poll;
+    }
+
+    static Clock clockEntry(const QString &id, const QString &module, qint64 time,
+                            bool pause = false, const QString &timeToStay = u"20"_s)
+    {
+        return {{id}, module, time, {timeToStay}, pause, false, true};
     }
 
     void answer(const QByteArray &path, const QByteArray &body, int status = 200)
@@ -95,14 +73,15 @@ protected:
         backend->answer(QString::fromLatin1(path), {status, body, {}});
     }
 
-    // A reply to a vote for poll or rating `id` that counts it; `members` give points and level.
-    void answerReply(const QByteArray &path, const QByteArray &id, const QByteArray &members)
+    // A reply to a vote for poll or rating `id`: `members` give points and level, and come first,
+    // so that an "isAnswered" among them overrides the true that follows (the first key counts).
+    void answerReply(const QByteArray &id, const QByteArray &members)
     {
-        const QByteArray vote = path.contains("rating") ? "4" : R"("Home")";
-        answer(path + id,
-               R"({"answer":{"userId":"u1","questionId":")" + id + R"(","ratingId":")" + id
-                   + R"(","answer":)" + vote + R"(,"channelId":"ch1","isAnswered":true,)" + members
-                   + "}}");
+        const bool rating = id.startsWith('r');
+        answer((rating ? "/userApi/rating/answer_new/" : "/userApi/poll/answer_new/") + id,
+               R"({"answer":{)" + members + R"(,"userId":"u1","questionId":")" + id
+                   + R"(","ratingId":")" + id + R"(","answer":)" + (rating ? "4" : R"("Home")")
+                   + R"(,"channelId":"ch1","isAnswered":true}})");
     }
 
     void storeToken(const QString &token) { QSettings().setValue(u"userToken"_s, token); }
@@ -114,38 +93,42 @@ protected:
         clock.runPending();
     }
 
-    // Loads channel ch1 with these clock entries and injections.
-    void loadWith(const QList<Clock> &clocks, const QList<Injection> &injections = {})
+    // Loads channel ch1 (or the document `info`) with these clock entries and injections.
+    void loadWith(const QList<Clock> &clocks, const QList<Injection> &injections = {},
+                  StreamerInfo info = channel())
     {
-        StreamerInfo info = channel();
         info.clocks = clocks;
         info.injections = injections;
         answer("/userApi/streamer/getInfo", Json::encode(info));
         load();
     }
 
-    // The paths requested so far, in order, without "/userApi" and without the analytics reports.
+    // The requests so far but the analytics reports, in order, as their paths without "/userApi",
+    // each followed by the viewer's token it carries, if any.
     QStringList paths() const
     {
         QStringList paths;
-        for (const HttpRequest &request : backend->requests())
-            paths.append(request.url.path().replace(u"/userApi/"_s, u"/"_s));
-        paths.removeAll(u"/analytics/add"_s);
+        for (const HttpRequest &request : backend->requests()) {
+            const QString path = request.url.path().replace(u"/userApi/"_s, u"/"_s);
+            const QString token = requestField(request)["data"_L1]["userToken"_L1].toString();
+            if (path != u"/analytics/add"_s)
+                paths.append(token.isEmpty() ? path : path + u' ' + token);
+        }
         return paths;
     }
 
-    // Each analytics report so far as "type module source sourceID time", absent parts "-".
+    // Each analytics report so far as "token type module source sourceID time", absent parts "-".
     QStringList reports() const
     {
         QStringList reports;
         for (const HttpRequest &request : backend->requests()) {
             if (request.url.path() != u"/userApi/analytics/add"_s)
                 continue;
-            const QJsonObject event = requestField(request)["data"_L1]["events"_L1][0].toObject();
-            QStringList parts;
+            const QJsonObject data = requestField(request)["data"_L1].toObject();
+            QStringList parts{data["userToken"_L1].toString()};
             for (const char *key :
                  {"eventType", "module", "source", "source_id", "injection_timestamp"}) {
-                const QJsonValue value = event[QLatin1String(key)];
+                const QJsonValue value = data["events"_L1][0][QLatin1String(key)];
                 parts.append(value.isUndefined() ? u"-"_s : value.toVariant().toString());
             }
             reports.append(parts.join(u' '));

@@ -3,9 +3,8 @@
 #include <vantora/overlay/vtaoverlayview.h>
 
 // A host's player and remote: writes down what the overlay asked of it.
-class RecordingHost : public VTAOverlayDelegate
+struct RecordingHost : VTAOverlayDelegate
 {
-public:
     QStringList calls;
     void overlayRequestedPause() override { calls.append(QStringLiteral("pause")); }
     void overlayRequestedPlay() override { calls.append(QStringLiteral("play")); }

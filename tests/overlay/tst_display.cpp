@@ -9,9 +9,8 @@
 #include <QSignalSpy>
 
 // Hands the overlay built-in poll cards of a chosen height.
-class ShortCards : public VTALayoutDelegate
+struct ShortCards : VTALayoutDelegate
 {
-public:
     VTAPollView *customPollView() override
     {
         auto *view = fromNib<VTAPollView>();
@@ -20,9 +19,8 @@ public:
     }
 };
 
-class DisplayTest : public OverlayTest
+struct DisplayTest : OverlayTest
 {
-protected:
     void SetUp() override { load(); }
 
     void show(const QString &id, const QString &type, InteractionOptions options = {30})
@@ -119,10 +117,9 @@ TEST_F(DisplayTest, cardsSlideInAndRestFlushRightAboveTheMarginWholeAtAnySize)
         if (row.resizedAfter)
             overlay->setSize(*row.resizedAfter);
         const QRectF onScreen = overlay->mapRectFromItem(card(), card()->boundingRect());
-        const QSizeF screen = overlay->size();
         EXPECT_NEAR(onScreen.height(), 300 * row.scale, 0.01);
-        EXPECT_NEAR(onScreen.right(), screen.width(), 0.01) << "flush right";
-        EXPECT_NEAR(onScreen.bottom(), screen.height() - 40 * row.scale, 0.01);
+        EXPECT_NEAR(onScreen.right(), overlay->width(), 0.01) << "flush right";
+        EXPECT_NEAR(onScreen.bottom(), overlay->height() - 40 * row.scale, 0.01);
         EXPECT_GE(onScreen.left(), -0.01);
         QPointer<VTAInteractionView> leaving = card();
         overlay->closeInteractionIfNeeded();
@@ -133,11 +130,21 @@ TEST_F(DisplayTest, cardsSlideInAndRestFlushRightAboveTheMarginWholeAtAnySize)
     }
 }
 
-TEST_F(DisplayTest, pausingItemsResumeOnEveryCloseAndAnsweredOnesNeverPauseAndCloseOnTime)
+// A pausing item (here a quiz, fetched with the channel's promotion for it) pauses the video and
+// plays it again on every close; an answered one never pauses and closes on time; an auto-close or
+// a question fetched late spares a newer card; without a viewer nothing is fetched or reported.
+TEST_F(DisplayTest, pausingItemsResumeOnCloseAnsweredOnesCloseOnTimeAndLateOnesSpareNewerCards)
 {
-    const InteractionOptions pausing{30, true};
+    const Promotion boots{
+        .name = u"Boots"_s, .viewType = {u"display"_s}, .clientType = u"smartTV"_s};
+    state().channelInfo->trivias = QList<TriviaPromotions>{{u"q7"_s, QList<Promotion>{boots}}};
     QSignalSpy pauses(overlay, &VTAOverlayView::pauseRequested);
-    show(u"p1"_s, u"polls"_s, pausing);
+    const QStringList lines = linesOf([&] { show(u"q7"_s, u"quiz"_s, {30, true}); });
+    EXPECT_EQ(lines, QStringList{u"VTA showing TRIVIA"_s});
+    auto *quiz = qobject_cast<VTATriviaView *>(card());
+    ASSERT_TRUE(quiz && quiz->trivia());
+    EXPECT_EQ(quiz->trivia()->question.getPromotion()->name, u"Boots"_s);
+    EXPECT_EQ(reports().last(), u"tok-new view Trivia - - -"_s);
     EXPECT_EQ(pauses.size(), 1) << "a QML host hears it too";
     EXPECT_TRUE(overlay->property("displayingInteraction").toBool());
     overlay->closeInteractionIfNeeded();
@@ -150,7 +157,7 @@ TEST_F(DisplayTest, pausingItemsResumeOnEveryCloseAndAnsweredOnesNeverPauseAndCl
     state().ratingAnswers.insert(u"r1"_s, u"4"_s);
     state().ratings.first().prizes = {
         {.viewType = {u"flip"_s}, .clientType = u"smartTV"_s, .secondsDelay = 3}};
-    Trivia answered = trivia(u"q7"_s);
+    Trivia answered = Json::decode<Trivia>(loadFixture(u"overlay_trivia.json")).value();
     answered.answer = TriviaAnswer{{}, u"u1"_s, u"q7"_s, u"Benfica"_s, {}, false};
     answer("/userApi/trivia/getQuestionById/q7", Json::encode(answered));
     for (const auto &[id, module, closesAfter] :
@@ -169,40 +176,23 @@ TEST_F(DisplayTest, pausingItemsResumeOnEveryCloseAndAnsweredOnesNeverPauseAndCl
         clock.advanceBy(1s);
     }
 
-    // An auto-close that comes late spares a newer card.
-    show(u"p1"_s, u"polls"_s, {30, false, true}); // due at 5 s
+    // A late auto-close, or a question fetched after another card appeared, spares that card.
+    show(u"p1"_s, u"polls"_s, {30, false, true}); // auto-close due at 5 s
     clock.advanceBy(3s);
     closeCard();
     show(u"p2"_s, u"polls"_s);
     clock.advanceBy(2s);
     EXPECT_EQ(shownID(), u"p2"_s);
-}
-
-TEST_F(DisplayTest, aQuizIsFetchedWithItsPromotionsDroppedWhenLateAndNeedsAToken)
-{
-    const Promotion banner{.name = u"Boots"_s,
-                           .viewType = {u"display"_s},
-                           .clientType = u"smartTV"_s,
-                           .sponsor = Sponsor{u"Acme"_s}};
-    state().channelInfo->trivias = QList<TriviaPromotions>{{u"q7"_s, QList<Promotion>{banner}}};
-    answer("/userApi/trivia/getQuestionById/q7", Json::encode(trivia(u"q7"_s)));
-    const QStringList lines = linesOf([&] { show(u"q7"_s, u"quiz"_s, {30, true}); });
-    EXPECT_EQ(lines, QStringList{u"VTA showing TRIVIA"_s});
-    auto *quiz = qobject_cast<VTATriviaView *>(card());
-    ASSERT_TRUE(quiz && quiz->trivia());
-    EXPECT_EQ(quiz->trivia()->question.getPromotion()->name, u"Boots"_s);
-    EXPECT_EQ(reports().last(), u"view Trivia - - -"_s);
-    EXPECT_EQ(host.calls, (QStringList{u"pause"_s, u"focus"_s}));
     closeCard();
-
-    // A question whose fetch ends after another card took the screen is dropped, not shown over it.
     controller->displayInteraction(u"q7"_s, u"quiz"_s, {30}, false);
-    show(u"p1"_s, u"polls"_s);
+    show(u"p1"_s, u"polls"_s); // before the question arrives
     EXPECT_EQ(shownID(), u"p1"_s);
     closeCard();
+
     state().user.reset();
     VTAOverlayView::resetUser();
     const qsizetype before = backend->requests().size();
     EXPECT_EQ(linesOf([&] { show(u"q7"_s, u"quiz"_s); }), QStringList{});
-    EXPECT_EQ(backend->requests().size(), before) << "no token, no question";
+    controller->sendAnalyticsEvent({u"Polls"_s, {}, {}}, u"view"_s, true);
+    EXPECT_EQ(backend->requests().size(), before) << "no token, no question and no report";
 }

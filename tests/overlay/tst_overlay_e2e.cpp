@@ -35,7 +35,6 @@ protected:
         environment =
             VTAEnvironment(exported[u"VANTORA_API_BASE"_s], exported[u"VANTORA_IMAGE_BASE"_s],
                            VTAEnvironment::testDefault().pusherKey(), u"us2"_s, u"test3"_s);
-        overlay = new VTAOverlayView(window.contentItem());
         overlay->setSize({1920, 1080});
         window.show();
         QObject::connect(overlay, &VTAOverlayView::sessionFailed, overlay,
@@ -50,28 +49,15 @@ protected:
     // Signed in and subscribed: from then on the broadcaster's injections reach this overlay.
     bool subscribed()
     {
-        return waitUntil(
-            [&] {
-                return !QSettings().value(u"userToken"_s).toString().isEmpty()
-                    && admin(port, u"realtime/connections"_s).toJson().contains("\"CH_1001\"");
-            },
-            30000);
+        const auto done = [&] {
+            return !QSettings().value(u"userToken"_s).toString().isEmpty()
+                && admin(port, u"realtime/connections"_s).toJson().contains("\"CH_1001\"");
+        };
+        return waitUntil(done, 30000);
     }
-    bool injected(const QString &id, int timeToStay = 30)
+    void fault(const QString &path, const QString &kind, int times = 0)
     {
-        admin(port, u"inject"_s,
-              {{u"channel"_s, u"1001"_s},
-               {u"kind"_s, u"poll"_s},
-               {u"id"_s, id},
-               {u"timeToStay"_s, timeToStay}});
-        return waitUntil([&] { return overlay->isDisplayingInteraction(); });
-    }
-    void fault(const char *path, const char *kind, int times = 0)
-    {
-        admin(port, u"faults"_s,
-              {{u"path"_s, QLatin1String(path)},
-               {u"fault"_s, QLatin1String(kind)},
-               {u"times"_s, times}});
+        admin(port, u"faults"_s, {{u"path"_s, path}, {u"fault"_s, kind}, {u"times"_s, times}});
     }
 
     QTemporaryDir database;
@@ -82,7 +68,7 @@ protected:
     const quint16 port = server->port;
     QQuickWindow window;
     std::optional<VTAEnvironment> environment;
-    VTAOverlayView *overlay = nullptr;
+    VTAOverlayView *overlay = new VTAOverlayView(window.contentItem()); // owned by the window
     RecordingHost player;
     QList<Failure> failures;
 };
@@ -96,22 +82,23 @@ TEST_F(OverlayAgainstDevServer, aMisbehavingBackendEndsInAReportAndTheNextLoadWo
 {
     VTAOverlayView::resetUser();
     for (const auto &[path, kind, failure] :
-         {std::tuple{"/channels/", "notjson", Failure::ChannelNotVerified},
-          {"/channels/", "reset", Failure::ChannelNotVerified},
-          {"/userApi/user/register", "truncated", Failure::RegisterFailed},
-          {"/userApi/streamer/getInfo", "html500", Failure::ChannelInfoFailed},
-          {"/userApi/streamer/getInfo", "reset", Failure::ChannelInfoFailed}}) {
+         {std::tuple{u"/channels/"_s, u"notjson"_s, Failure::ChannelNotVerified},
+          {u"/channels/"_s, u"reset"_s, Failure::ChannelNotVerified},
+          {u"/userApi/user/register"_s, u"truncated"_s, Failure::RegisterFailed},
+          {u"/userApi/streamer/getInfo"_s, u"html500"_s, Failure::ChannelInfoFailed},
+          {u"/userApi/streamer/getInfo"_s, u"reset"_s, Failure::ChannelInfoFailed}}) {
         fault(path, kind, 2); // a reset GET is tried again once
         load();
         EXPECT_TRUE(waitUntil([&] { return failures.contains(failure); }, 10000))
-            << path << ' ' << kind;
+            << qPrintable(path + u' ' + kind);
         admin(port, u"faults"_s, {{u"clear"_s, true}});
         EXPECT_FALSE(overlay->isDisplayingInteraction());
     }
-    fault("/media/", "notimage");
+    fault(u"/media/"_s, u"notimage"_s);
     load();
     ASSERT_TRUE(subscribed());
-    ASSERT_TRUE(injected(u"p100"_s));
+    admin(port, u"inject"_s, jsonObject(R"({"channel":"1001","kind":"poll","id":"p100"})"));
+    ASSERT_TRUE(waitUntil([&] { return overlay->isDisplayingInteraction(); }));
     EXPECT_TRUE(failures.isEmpty()) << failures.size() << " failures reported";
     QQuickItem *title = overlay->findChild<VTAPollView *>()->titleLabel();
     admin(port, u"stop-poll"_s, {{u"channel"_s, u"1001"_s}, {u"poll"_s, u"p100"_s}});
@@ -123,7 +110,7 @@ TEST_F(OverlayAgainstDevServer, aMisbehavingBackendEndsInAReportAndTheNextLoadWo
 // After the requests' 60-second time-out the session reports it like any other failure.
 TEST_F(OverlayAgainstDevServer, aBackendThatNeverAnswersEndsInAReportAfterAMinute)
 {
-    fault("/userApi/streamer/getInfo", "silent", 1);
+    fault(u"/userApi/streamer/getInfo"_s, u"silent"_s, 1);
     QElapsedTimer waited;
     waited.start();
     load();
@@ -140,23 +127,20 @@ TEST_F(OverlayAgainstDevServer, aBackendThatNeverAnswersEndsInAReportAfterAMinut
 TEST_F(OverlayAgainstDevServer, aBackendRestartedUnderACardLeavesNothingHeldAndLiveEventsReturn)
 {
     admin(port, u"items"_s,
-          {{u"channel"_s, u"1001"_s},
-           {u"kind"_s, u"clocks"_s},
-           {u"document"_s,
-            QJsonDocument::fromJson(R"([{"id":"p100","module":"polls","time":1,
-               "timeToStay":"3","isPause":true,"close_post_interaction":true,"smartTV":true}])")
-                .array()}});
+          jsonObject(R"({"channel":"1001","kind":"clocks","document":[{"id":"p100",
+        "module":"polls","time":1,"timeToStay":"3","isPause":true,"close_post_interaction":true,
+        "smartTV":true}]})"));
     load();
     ASSERT_TRUE(subscribed());
     overlay->videoPlaying(0);
     ASSERT_TRUE(waitUntil([&] { return overlay->isDisplayingInteraction(); }));
-    server->process.kill();
-    server->process.waitForFinished();
+    server.reset(); // killed
     server =
         std::make_unique<ServerProcess>(QStringLiteral(VANTORA_DEVSERVER),
                                         QStringList{u"--port"_s, QString::number(port)} + options);
     EXPECT_TRUE(waitUntil([&] { return !overlay->isDisplayingInteraction(); }, 10000));
     EXPECT_EQ(player.calls.join(u' ').toStdString(), "pause focus release play");
     ASSERT_TRUE(subscribed()) << "the overlay did not come back";
-    EXPECT_TRUE(injected(u"p100"_s));
+    admin(port, u"inject"_s, jsonObject(R"({"channel":"1001","kind":"poll","id":"p100"})"));
+    EXPECT_TRUE(waitUntil([&] { return overlay->isDisplayingInteraction(); }));
 }
