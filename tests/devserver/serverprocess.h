@@ -41,6 +41,7 @@ inline QJsonObject jsonObject(const QByteArray &bytes)
 
 struct HttpResult
 {
+    int error = 0; // QNetworkReply::NetworkError
     int status = 0;
     QByteArray body;
     QJsonObject json() const { return jsonObject(body); }
@@ -55,7 +56,8 @@ inline HttpResult httpRequest(const QUrl &url, const QByteArray &method,
     request.setHeader(QNetworkRequest::ContentTypeHeader, contentType);
     const std::unique_ptr<QNetworkReply> reply(network.sendCustomRequest(request, method, body));
     EXPECT_TRUE(waitUntil([&] { return reply->isFinished(); })) << url.toString().toStdString();
-    return {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply->readAll()};
+    return {reply->error(), reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
+            reply->readAll()};
 }
 
 /// A program in a process of its own, which dies with the test, and the lines it prints.

@@ -159,12 +159,10 @@ TEST_F(BackendTest, faultsOrderedForAClientsTestsMisbehaveAsRealBackendsDo)
         return admin(u"faults"_s, order + QByteArray::number(times) + '}').status;
     };
     const auto got = [&] {
-        QNetworkAccessManager network;
-        const std::unique_ptr<QNetworkReply> reply(network.get(QNetworkRequest(at(m_port, list))));
-        EXPECT_TRUE(waitUntil([&] { return reply->isFinished(); }));
-        return u"%1 %2 %3"_s.arg(int(reply->error()))
-            .arg(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt())
-            .arg(QString::fromUtf8(reply->readAll().left(15)));
+        const HttpResult reply = http("GET", list);
+        return u"%1 %2 %3"_s.arg(reply.error)
+            .arg(reply.status)
+            .arg(QString::fromUtf8(reply.body.left(15)));
     };
     const QString fine = got();
     EXPECT_TRUE(fine.startsWith(u"0 200 [{"_s)) << fine.toStdString();

@@ -4,7 +4,7 @@
 #include "serverfixture.h"
 
 #include <QCryptographicHash>
-#include <QDir>
+#include <QDirIterator>
 #include <QFile>
 
 using namespace Vantora;
@@ -34,13 +34,11 @@ protected:
     QByteArray seedDigest() const
     {
         QCryptographicHash digest(QCryptographicHash::Sha256);
-        for (const QString &folder : {u"channels"_s, u"trivia"_s, u"media"_s}) {
-            const QDir dir(QDir(demoFolder).filePath(folder));
-            for (const QString &name : dir.entryList(QDir::Files, QDir::Name)) {
-                QFile file(dir.filePath(name));
-                if (file.open(QIODevice::ReadOnly))
-                    digest.addData(name.toUtf8() + file.readAll());
-            }
+        for (QDirIterator it(demoFolder, QDir::Files, QDirIterator::Subdirectories);
+             it.hasNext();) {
+            QFile file(it.next());
+            if (file.open(QIODevice::ReadOnly))
+                digest.addData(file.fileName().toUtf8() + file.readAll());
         }
         return digest.result();
     }
@@ -64,29 +62,21 @@ TEST_F(ConsoleTest, editsAreCheckedByTheSdksDecoderKeptAndServedInTheChannelDocu
               R"({"channel":"1001","id":"p900","kind":"poll","removed":false})");
 
     // Refusals say what the decoder says and change nothing.
-    const struct
-    {
-        const char *kind;
-        QByteArray document;
-        const char *error;
-    } refused[] = {
-        {"poll", edited("answers", QJsonArray{QJsonObject{{u"answer"_s, 3}}}),
-         "poll: answers[0].answer: expected string, got number"},
-        {"poll", edited("questionType", u"survey"_s),
-         "poll: questionType: expected \"poll\" or \"prediction\""},
-        {"rating", R"({"id":"r9"})", "rating: name: missing"},
-        {"trivia",
-         R"({"question":{"id":"t9","question":"Q","answers":[{"answer":"A"}],"category":"c"},
-            "correctAnswer":"B"})",
-         "trivia: correctAnswer: \"B\" is not one of the answers"},
-        {"clocks", R"([{"id":"p900"}])", "clocks: [0].module: missing"},
-        {"banner", "{}", "banner: kind: expected poll, rating, trivia, clocks or injections"},
-    };
-    for (const auto &row : refused) {
-        SCOPED_TRACE(row.error);
-        const HttpResult reply = save(row.kind, row.document);
-        EXPECT_EQ(reply.status, 400);
-        EXPECT_EQ(reply.json()["error"_L1].toString(), QString::fromUtf8(row.error));
+    for (const auto &[kind, document, error] :
+         {std::tuple{"poll", edited("answers", QJsonArray{QJsonObject{{u"answer"_s, 3}}}),
+                     "poll: answers[0].answer: expected string, got number"},
+          {"poll", edited("questionType", u"survey"_s),
+           "poll: questionType: expected \"poll\" or \"prediction\""},
+          {"rating", R"({"id":"r9"})", "rating: name: missing"},
+          {"trivia",
+           R"({"question":{"id":"t9","question":"Q","answers":[{"answer":"A"}],"category":"c"},
+              "correctAnswer":"B"})",
+           "trivia: correctAnswer: \"B\" is not one of the answers"},
+          {"clocks", R"([{"id":"p900"}])", "clocks: [0].module: missing"},
+          {"banner", "{}", "banner: kind: expected poll, rating, trivia, clocks or injections"}}) {
+        const HttpResult reply = save(kind, document);
+        EXPECT_EQ(reply.status, 400) << error;
+        EXPECT_EQ(reply.json()["error"_L1].toString(), QString::fromUtf8(error));
     }
     EXPECT_EQ(ids(items()["polls"_L1]),
               (QStringList{u"p100"_s, u"p101"_s, u"p102"_s, u"p103"_s, u"p900"_s}));
@@ -151,23 +141,15 @@ TEST_F(ConsoleTest, uploadsArePicturesByTheirBytesKeptBesideTheDatabaseUnderPlai
                     "multipart/form-data; boundary=b");
     };
     const QByteArray png = "\x89PNG\r\n\x1a\n and the rest";
-    const struct
-    {
-        QByteArray name, bytes;
-        int status;
-        const char *reply;
-    } rows[] = {
-        {"../../channels/My Logo!.jpeg", png, 200, R"({"bytes":21,"path":"uploads/My-Logo-.png"})"},
-        {".hidden", "GIF89a...", 200, R"({"bytes":9,"path":"uploads/picture.gif"})"},
-        {"notes.png", "just text", 415, R"({"error":"not a PNG, JPEG, GIF or WebP picture"})"},
-        {"huge.png", png + QByteArray(2 * 1024 * 1024, 'x'), 413,
-         R"({"error":"a picture may have 2 MB at most"})"},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name.toStdString());
-        const HttpResult reply = upload(row.name, row.bytes);
-        EXPECT_EQ(reply.status, row.status);
-        EXPECT_EQ(reply.body, row.reply);
+    for (const auto &[name, bytes, reply] :
+         {std::tuple{"../../channels/My Logo!.jpeg"_ba, png,
+                     R"(200 {"bytes":21,"path":"uploads/My-Logo-.png"})"},
+          {".hidden", "GIF89a...", R"(200 {"bytes":9,"path":"uploads/picture.gif"})"},
+          {"notes.png", "just text", R"(415 {"error":"not a PNG, JPEG, GIF or WebP picture"})"},
+          {"huge.png", png + QByteArray(2 * 1024 * 1024, 'x'),
+           R"(413 {"error":"a picture may have 2 MB at most"})"}}) {
+        const HttpResult got = upload(name, bytes);
+        EXPECT_EQ(QByteArray::number(got.status) + ' ' + got.body, reply) << name.constData();
     }
     EXPECT_EQ(http("GET", u"/media/uploads/My-Logo-.png"_s).body, png);
     EXPECT_TRUE(QFile::exists(m_dir.filePath(u"db-media/My-Logo-.png"_s)));

@@ -23,17 +23,12 @@ TEST(Process, refusesBadStartsWithAReason)
     ASSERT_TRUE(occupant.listen(QHostAddress::LocalHost));
     const QString taken = QString::number(occupant.serverPort()), missing = dir.filePath(u"x"_s);
     const QStringList base{u"--port"_s, u"0"_s, u"--db"_s, dir.filePath(u"db"_s)};
-    for (const auto &[arguments, error] :
-         {std::pair{QStringList{u"--port"_s, u"70000"_s}, u"--port: expected 0 to 65535"_s},
-          {{u"--activity-timeout"_s, u"0"_s}, u"--activity-timeout: expected a whole number"_s},
-          {{u"--pong-timeout"_s, u"0"_s}, u"--pong-timeout: expected seconds above 0"_s},
-          {{u"--data"_s, missing}, u"data folder "_s + missing + u" does not exist"_s},
-          {{u"--db"_s, missing + u"/db"_s}, u"cannot open "_s + missing + u"/db"_s},
-          {{u"--port"_s, taken}, u"cannot listen on 127.0.0.1:"_s + taken}}) {
-        ChildProcess process(program, base + arguments, QProcess::MergedChannels);
+    for (QStringList row : TestSupport::caseTable(u"devserver_cases.txt", u"bad starts")) {
+        row.replaceInStrings(u"$MISSING"_s, missing).replaceInStrings(u"$TAKEN"_s, taken);
+        ChildProcess process(program, base + row[0].split(u' '), QProcess::MergedChannels);
         EXPECT_EQ(process.finish(10000), 1);
         const QString problem = process.output().trimmed().section(u'\n', -1); // Qt may warn first
-        EXPECT_TRUE(problem.startsWith(u"vantora-devserver: "_s + error)) << problem.toStdString();
+        EXPECT_TRUE(problem.startsWith(u"vantora-devserver: "_s + row[1])) << problem.toStdString();
     }
 }
 
@@ -67,11 +62,11 @@ export VANTORA_REALTIME_URL=ws://%1)"_s.arg(u"127.0.0.1:"_s + QString::number(se
     const QString line = server.lines().filter(u"Authorization: Bearer"_s).value(0);
     const QString token = line.section(u' ', -1).chopped(1);
     ASSERT_EQ(token.size(), 32) << line.toStdString();
-    const QString viewers = u"http://127.0.0.1:%1/admin/viewers"_s.arg(server.port);
     for (const auto &[query, status] : {std::pair{QString(), 401},
                                         {u"?token="_s + token.chopped(1) + u'x', 401},
                                         {u"?token="_s + token, 200}})
-        EXPECT_EQ(httpRequest(QUrl(viewers + query), "GET").status, status) << query.toStdString();
+        EXPECT_EQ(httpRequest(at(server.port, u"/admin/viewers"_s + query), "GET").status, status)
+            << query.toStdString();
     RecordingClient sdk(realtimeUrl(server.port, VTAEnvironment::testDefault().pusherKey()));
     RecordingClient client(realtimeUrl(server.port, u"mine"_s));
     ASSERT_TRUE(waitUntil([&] { return sdk.closed && !client.frames.isEmpty(); }));

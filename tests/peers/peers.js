@@ -6,10 +6,10 @@
 'use strict';
 
 const assert = require('node:assert/strict');
-const { spawn } = require('node:child_process');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
+const { until, startServer, stopAll } = require('./processes');
 
 let PusherClient;
 let PusherServer;
@@ -27,32 +27,6 @@ const scratch = fs.mkdtempSync(path.join(os.tmpdir(), 'vantora-peers-'));
 const app = { appId: '4242', key: 'peerkey0123456789abc', secret: 'peer-secret-7' };
 const clientOptions = (port) => ({ cluster: 'mt1', wsHost: '127.0.0.1', wsPort: port, forceTLS: false,
   enabledTransports: ['ws'], enableStats: false });
-const serverOptions = (port) => ({ ...app, host: '127.0.0.1', port: String(port), useTLS: false });
-
-// Resolves with the first truthy value of `check`, polled every 10 ms; fails after `ms`.
-function until(check, ms, what) {
-  const started = Date.now();
-  return new Promise((resolve, reject) => {
-    const poll = () => {
-      const value = check();
-      if (value) resolve(value);
-      else if (Date.now() - started > ms) reject(new Error(`timed out after ${ms} ms: ${what}`));
-      else setTimeout(poll, 10);
-    };
-    poll();
-  });
-}
-
-function startServer() {
-  const server = spawn(devserver, ['--port', '0', '--data', dataFolder,
-    '--db', path.join(scratch, 'peers.sqlite'), '--app-id', app.appId, '--app-key', app.key,
-    '--app-secret', app.secret], { stdio: ['ignore', 'pipe', 'inherit'] });
-  let out = '';
-  server.stdout.on('data', (chunk) => { out += chunk; });
-  const port = until(() => Number(/VANTORA_REALTIME_URL=ws:\/\/127\.0\.0\.1:(\d+)/.exec(out)?.[1]),
-    10000, 'server start');
-  return { server, port };
-}
 
 // Collects the events of one channel as pusher-js hands them to the application.
 function subscriber(port) {
@@ -71,7 +45,9 @@ function subscriber(port) {
 const cases = [];
 const test = (name, run) => cases.push({ name, run });
 
-test('a trigger signed by the SDK reaches the subscriber with its data intact', async (ctx) => {
+// The SDK signs the body whole, so a fault in the string to sign made the same way on both sides
+// shows here; it also refuses a socket_id not shaped like Pusher's.
+test('a trigger signed by the SDK reaches the subscriber intact, except the socket it leaves out', async (ctx) => {
   const payload = {
     smartTV: true, timeToStay: '45', starting_time: 1700000000,
     poll: { id: 'p100', question: 'Café or tea? ✓ "quoted" \\ /', answers: [{ answer: 'Latte' }] },
@@ -79,24 +55,11 @@ test('a trigger signed by the SDK reaches the subscriber with its data intact', 
   const response = await ctx.publisher.trigger('CH_1001', 'injectPoll', payload);
   assert.equal(response.status, 200);
   assert.deepEqual(await ctx.sub.next('injectPoll'), payload);
-
-  const text = 'not JSON: ünïcode ✓';
-  await ctx.publisher.trigger(['CH_1001', 'CH_other'], 'plainText', text);
-  assert.equal(await ctx.sub.next('plainText'), text);
-});
-
-test('a bad signature gets 401 and socket_id leaves the sender out: neither reaches it', async (ctx) => {
-  for (const forged of [{ secret: 'not-the-secret' }, { key: 'someone-elses-key' }]) {
-    const forger = new PusherServer({ ...serverOptions(ctx.port), ...forged });
-    await assert.rejects(forger.trigger('CH_1001', 'forged', {}), (error) => error.status === 401);
-  }
-  const socketId = ctx.sub.client.connection.socket_id;
-  assert.match(socketId, /^\d+\.\d+$/);
-  await ctx.publisher.trigger('CH_1001', 'echo', { n: 1 }, { socket_id: socketId });
-  // Events arrive in trigger order, so once this one is in, the others never will be.
+  await ctx.publisher.trigger('CH_1001', 'echo', { n: 1 }, { socket_id: ctx.sub.client.connection.socket_id });
+  // Events arrive in trigger order, so once this one is in, the echo never will be.
   await ctx.publisher.trigger('CH_1001', 'marker', {});
   await ctx.sub.next('marker');
-  assert.deepEqual(ctx.sub.received.filter((r) => r.event === 'forged' || r.event === 'echo'), []);
+  assert.deepEqual(ctx.sub.received.filter((r) => r.event === 'echo'), []);
 });
 
 test('the console joins its private feed through the auth endpoint; a forged auth is refused', async (ctx) => {
@@ -129,27 +92,24 @@ test('the console joins its private feed through the auth endpoint; a forged aut
 });
 
 async function main() {
-  const { server, port } = startServer();
   let failed = 0;
   try {
-    const ctx = { port: await port };
-    Object.assign(ctx, { sub: subscriber(ctx.port), publisher: new PusherServer(serverOptions(ctx.port)) });
+    const { port } = await startServer(devserver, ['--data', dataFolder, '--db', path.join(scratch, 'peers.sqlite'),
+      '--app-id', app.appId, '--app-key', app.key, '--app-secret', app.secret]);
+    const ctx = { port, sub: subscriber(port), publisher: new PusherServer({ ...app, host: '127.0.0.1', port: String(port) }) };
     await ctx.sub.subscribed;
     for (const { name, run } of cases) {
-      try {
-        await run(ctx);
-        console.log(`ok - ${name}`);
-      } catch (error) {
+      await run(ctx).then(() => console.log(`ok - ${name}`), (error) => {
         failed += 1;
-        console.log(`not ok - ${name}\n  ${error && error.stack ? error.stack : error}`);
-      }
+        console.log(`not ok - ${name}\n  ${error.stack}`);
+      });
     }
     ctx.sub.client.disconnect();
   } catch (error) {
     failed += 1;
-    console.log(`not ok - setting up\n  ${error.stack || error}`);
+    console.log(`not ok - setting up\n  ${error.stack}`);
   } finally {
-    server.kill('SIGKILL');
+    stopAll(failed);
     fs.rmSync(scratch, { recursive: true, force: true });
   }
   console.log(failed ? `${failed} of ${cases.length} failed` : `all ${cases.length} passed`);
