@@ -62,7 +62,7 @@ test('a trigger signed by the SDK reaches the subscriber intact, except the sock
   assert.deepEqual(ctx.sub.received.filter((r) => r.event === 'echo'), []);
 });
 
-test('the console joins its private feed through the auth endpoint; a forged auth is refused', async (ctx) => {
+test('the console joins its private feed through the auth endpoint and hears the audience and the answers', async (ctx) => {
   const producer = new PusherClient(app.key, { ...clientOptions(ctx.port), channelAuthorization: {
     endpoint: `http://127.0.0.1:${ctx.port}/admin/realtime/auth`, transport: 'ajax' } });
   const intruder = new PusherClient(app.key, { ...clientOptions(ctx.port), channelAuthorization: {
@@ -85,6 +85,23 @@ test('the console joins its private feed through the auth endpoint; a forged aut
     assert.deepEqual(await until(() => audience[0], 5000, 'one joins'), { channel: '1001', viewers: 2 });
     viewer.client.disconnect();
     assert.deepEqual(await until(() => audience[1], 5000, 'one leaves'), { channel: '1001', viewers: 1 });
+    // A viewer's vote sent twice is told once, with its item's fresh totals; then its report batch.
+    // The requests are multipart bodies as Node's own FormData writes them.
+    const told = [];
+    for (const event of ['answer', 'analytics']) feed.bind(event, (data) => told.push({ event, data }));
+    const call = async (operation, data) => {
+      const form = new FormData();
+      form.append('request', JSON.stringify({ data: { broadcasterName: 'vantora-demo', channelId: '1001', ...data } }));
+      return (await fetch(`http://127.0.0.1:${ctx.port}/userApi${operation}`, { method: 'POST', body: form })).json();
+    };
+    const { token } = await call('/user/register', { userToken: '' });
+    for (let i = 0; i < 2; i += 1) await call('/poll/answer_new/p103', { userToken: token, answer: 'On the sofa' });
+    await call('/analytics/add', { userToken: token, events: [{ country: 'US', language: 'en', deviceType: 'tv',
+      device: 'd', browser: 'b', timestamp: 5, module: 'Polls', streamer: 'vantora-demo', isEngaged: true, eventType: 'engage' }] });
+    await until(() => told.find((t) => t.event === 'analytics'), 5000, 'the report batch');
+    assert.deepEqual(told.map((t) => t.event), ['answer', 'analytics']);
+    assert.deepEqual([told[0].data.item, told[0].data.totals, told[0].data.viewer.token], ['p103', { 'On the sofa': 1 }, token]);
+    assert.equal(told[1].data.events[0].eventType, 'engage');
   } finally {
     producer.disconnect();
     intruder.disconnect();
