@@ -11,15 +11,9 @@ const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
-const { start, startServer, stopAll } = require('../peers/processes');
+const { requireOrSkip, start, startServer, stopAll } = require('../peers/processes');
 
-let chromium;
-try {
-  ({ chromium } = require('../peers/node_modules/playwright-core'));
-} catch (error) {
-  console.log(`SKIP: playwright-core is not installed (${error.message}); ./scripts/setup installs it`);
-  process.exit(0);
-}
+const { chromium } = requireOrSkip('playwright-core');
 const browserPath = '/usr/bin/chromium';
 if (!fs.existsSync(browserPath)) {
   console.log('SKIP: Debian chromium is not installed; ./scripts/setup installs it');
@@ -99,7 +93,6 @@ async function main() {
     await form('Answer 2').fill('The volley');
     await page.screenshot({ path: path.join(shots, '2-authoring.png') });
     await page.click('#editor-save');
-    await page.waitForSelector('#item-p900');
     await page.waitForFunction(() => document.querySelector('#item-p900 img.cover')?.naturalWidth > 0);
     await page.screenshot({ path: path.join(shots, '2-authored.png') });
 

@@ -119,10 +119,9 @@ TEST(Process, acknowledgedAnswersSurviveKill9AtAnyMomentOfALoad)
         ServerProcess server(program, arguments);
         int pending = 0;
         for (int viewer = 0; viewer < 20; ++viewer) {
-            const QString token = httpRequest(at(server.port, u"/userApi/user/register"_s), "POST",
-                                              sdkRequest("$W"), sdkContentType)
-                                      .json()["token"_L1]
-                                      .toString();
+            const HttpResult registered = httpRequest(at(server.port, u"/userApi/user/register"_s),
+                                                      "POST", sdkRequest("$W"), sdkContentType);
+            const QString token = registered.json()["token"_L1].toString();
             for (const auto &[operation, answer] : answers) {
                 QNetworkRequest request(at(server.port, u"/userApi/"_s + QLatin1String(operation)));
                 request.setHeader(QNetworkRequest::ContentTypeHeader, sdkContentType);

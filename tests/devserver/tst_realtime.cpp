@@ -7,18 +7,7 @@ using namespace Vantora::DevServer;
 using namespace Vantora::DevServerTest;
 using Vantora::TestSupport::caseTable;
 
-namespace {
-
 using RealtimeTest = ServerFixture;
-
-QByteArray event(const QString &name, const QJsonValue &channels, const QJsonValue &data = u"{}"_s)
-{
-    QJsonObject body{{u"name"_s, name}, {u"data"_s, data}};
-    body.insert(channels.isArray() ? u"channels"_s : u"channel"_s, channels);
-    return QJsonDocument(body).toJson(QJsonDocument::Compact);
-}
-
-} // namespace
 
 TEST_F(RealtimeTest, handshakeWelcomesProtocols5To7AndRefusesTheRestWithTheirCodes)
 {
@@ -65,6 +54,12 @@ TEST_F(RealtimeTest, subscriptionsAndClientFrames)
 
 TEST_F(RealtimeTest, signedTriggersReachEachSubscriberOnceAndRejectedOnesNobody)
 {
+    const auto event = [](const QString &name, const QJsonValue &channels,
+                          const QJsonValue &data = u"{}"_s) {
+        QJsonObject body{{u"name"_s, name}, {u"data"_s, data}};
+        body.insert(channels.isArray() ? u"channels"_s : u"channel"_s, channels);
+        return QJsonDocument(body).toJson(QJsonDocument::Compact);
+    };
     // One delivery per subscribed socket however often it subscribed; none after unsubscribing.
     auto a = connectClient(), b = connectClient(), other = connectClient();
     ASSERT_TRUE(a->subscribe(u"CH_1001"_s) && a->subscribe(u"CH_1001"_s) && a->subscribe(u"CH_7"_s)

@@ -7,6 +7,17 @@ const path = require('node:path');
 
 const children = [];
 
+// A package from tests/peers/node_modules, which ./scripts/setup installs when it can reach the npm
+// registry; without it the test says SKIP and ends, and the other tests still run.
+function requireOrSkip(name) {
+  try {
+    return require(name);
+  } catch (error) {
+    console.log(`SKIP: ${name} is not installed (${error.message}); ./scripts/setup installs it`);
+    return process.exit(0);
+  }
+}
+
 // Resolves with the first truthy value of `check`, polled every 10 ms; fails with the first Error
 // it returns, or after `ms`.
 function until(check, ms, what) {
@@ -53,4 +64,4 @@ const stopAll = (failed) => children.forEach((child) => {
   child.kill('SIGKILL');
 });
 
-module.exports = { until, start, startServer, stopAll };
+module.exports = { requireOrSkip, until, start, startServer, stopAll };
