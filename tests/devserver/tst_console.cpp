@@ -95,12 +95,6 @@ TEST_F(ConsoleTest, editsAreCheckedByTheSdksDecoderKeptAndServedInTheChannelDocu
 
 TEST_F(ConsoleTest, uploadsArePicturesByTheirBytesKeptBesideTheDatabaseUnderPlainNames)
 {
-    const auto upload = [this](const QByteArray &name, const QByteArray &bytes) {
-        return http("POST", u"/admin/media"_s,
-                    "--b\r\nContent-Disposition: form-data; name=\"file\"; filename=\"" + name
-                        + "\"\r\nContent-Type: image/png\r\n\r\n" + bytes + "\r\n--b--\r\n",
-                    "multipart/form-data; boundary=b");
-    };
     const QByteArray png = "\x89PNG\r\n\x1a\n and the rest";
     for (const auto &[name, bytes, reply] :
          {std::tuple{"../../channels/My Logo!.jpeg"_ba, png,
@@ -109,7 +103,11 @@ TEST_F(ConsoleTest, uploadsArePicturesByTheirBytesKeptBesideTheDatabaseUnderPlai
           {"notes.png", "just text", R"(415 {"error":"not a PNG, JPEG, GIF or WebP picture"})"},
           {"huge.png", png + QByteArray(2 * 1024 * 1024, 'x'),
            R"(413 {"error":"a picture may have 2 MB at most"})"}}) {
-        const HttpResult got = upload(name, bytes);
+        const HttpResult got =
+            http("POST", u"/admin/media"_s,
+                 "--b\r\nContent-Disposition: form-data; name=\"file\"; filename=\"" + name
+                     + "\"\r\nContent-Type: image/png\r\n\r\n" + bytes + "\r\n--b--\r\n",
+                 "multipart/form-data; boundary=b");
         EXPECT_EQ(QByteArray::number(got.status) + ' ' + got.body, reply) << name.constData();
     }
     EXPECT_EQ(http("GET", u"/media/uploads/My-Logo-.png"_s).body, png);

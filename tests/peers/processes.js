@@ -40,8 +40,7 @@ function start(program, args, env = {}) {
   const child = spawn(program, args, { env: { ...process.env, ...env }, stdio: ['ignore', 'pipe', 'pipe'] });
   children.push(child);
   child.output = '';
-  child.stdout.on('data', (chunk) => { child.output += chunk; });
-  child.stderr.on('data', (chunk) => { child.output += chunk; });
+  for (const stream of [child.stdout, child.stderr]) stream.on('data', (chunk) => { child.output += chunk; });
   const name = path.basename(program);
   const ended = () => (child.exitCode ?? child.signalCode) !== null && new Error(`${name} exited with ${child.exitCode}`);
   child.waitFor = (pattern, ms) => until(() => pattern.exec(child.output) || ended(), ms, `${pattern} from ${name}`);
@@ -54,7 +53,9 @@ async function startServer(devserver, args) {
   const child = start(devserver, ['--port', '0', ...args]);
   const port = Number((await child.waitFor(/VANTORA_REALTIME_URL=ws:\/\/[^:]+:(\d+)/, 10000))[1]);
   const env = {};
-  for (const [, name, value] of child.output.matchAll(/^export (VANTORA_\w+)=(.*)$/gm)) env[name] = value.replace('0.0.0.0', '127.0.0.1');
+  for (const [, name, value] of child.output.matchAll(/^export (VANTORA_\w+)=(.*)$/gm)) {
+    env[name] = value.replace('0.0.0.0', '127.0.0.1');
+  }
   return { child, port, env, token: /Bearer ([0-9a-f]+)/.exec(child.output)?.[1] };
 }
 
