@@ -71,12 +71,8 @@ TEST_F(BackendTest, aViewersEveningFromRegistrationToSettlement)
                         {"wager":0,"answer":"Reds","status":"pending"}})"_s.arg(token)));
 
     // Live totals count each viewer once.
-    for (const auto &[operation, answer] : {std::pair{"/poll/answer_new/p101", R"("The band")"},
-                                            {"/poll/answer_new/p101", R"("The snacks")"},
-                                            {"/poll/answer_new/pr200", R"("Blues")"},
-                                            {"/rating/answer_new/r300", "2"},
-                                            {"/rating/answer_new/r300", "4"}})
-        call(operation, "$W,\"answer\":"_ba + answer, other);
+    for (const QStringList &row : caseTable(u"devserver_cases.txt", u"a second viewer's answers"))
+        call(qPrintable(row[0]), "$W,\"answer\":" + row[1].toUtf8(), other);
     const QJsonObject info = call("/streamer/getInfo", "$W", {});
     QList<int> totals;
     for (const QJsonValue &poll :
