@@ -162,15 +162,10 @@ TEST_F(BackendTest, faultsOrderedForAClientsTestsMisbehaveAsRealBackendsDo)
     };
     const QString fine = got();
     EXPECT_TRUE(fine.startsWith(u"0 200 [{"_s)) << fine.toStdString();
-    // A reset connection is tried again once by the client, so it is ordered twice.
-    for (const auto &[kind, times, seen] : {std::tuple{"html500", 1, "401 500 <!DOCTYPE html>"},
-                                            {"notjson", 1, "0 200 <!DOCTYPE html>"},
-                                            {"notimage", 1, "0 200 this is not a p"},
-                                            {"truncated", 1, "2 200 {\"data\":{\"id\":\""},
-                                            {"reset", 2, "2 0 "}}) {
-        ASSERT_EQ(fault(kind, times), 200);
-        EXPECT_EQ(got(), QString::fromLatin1(seen)) << kind;
-        EXPECT_EQ(got(), fine) << kind << ": only as often as ordered";
+    for (const QStringList &row : caseTable(u"devserver_cases.txt", u"faults")) {
+        ASSERT_EQ(fault(row[0].toUtf8(), row[1].toInt()), 200);
+        EXPECT_EQ(got(), TestSupport::unquoted(row[2])) << qPrintable(row[0]);
+        EXPECT_EQ(got(), fine) << qPrintable(row[0]) << ": only as often as ordered";
     }
     ASSERT_EQ(fault("notjson", 0), 200);
     EXPECT_EQ(api(u"/user/register"_s, "$W").status, 200) << "other paths are themselves";

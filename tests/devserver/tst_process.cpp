@@ -55,9 +55,8 @@ export VANTORA_REALTIME_URL=ws://%1)"_s.arg(u"127.0.0.1:"_s + QString::number(se
     }
     ServerProcess server(program,
                          arguments
-                             + QStringList{u"--host"_s, u"0.0.0.0"_s, u"--app-key"_s, u"mine"_s,
-                                           u"--activity-timeout"_s, u"1"_s, u"--pong-timeout"_s,
-                                           u"0.3"_s});
+                             + u"--host 0.0.0.0 --app-key mine --activity-timeout 1 "
+                               "--pong-timeout 0.3"_s.split(u' '));
     // Off loopback, /admin answers only a request with the token printed at start-up.
     const QString line = server.lines().filter(u"Authorization: Bearer"_s).value(0);
     const QString token = line.section(u' ', -1).chopped(1);

@@ -4,6 +4,7 @@
 
 const { spawn } = require('node:child_process');
 const path = require('node:path');
+const { setTimeout: sleep } = require('node:timers/promises');
 
 const children = [];
 
@@ -20,18 +21,13 @@ function requireOrSkip(name) {
 
 // Resolves with the first truthy value of `check`, polled every 10 ms; fails with the first Error
 // it returns, or after `ms`.
-function until(check, ms, what) {
-  const started = Date.now();
-  return new Promise((resolve, reject) => {
-    const poll = () => {
-      const value = check();
-      if (value instanceof Error) reject(value);
-      else if (value) resolve(value);
-      else if (Date.now() - started > ms) reject(new Error(`timed out after ${ms} ms: ${what}`));
-      else setTimeout(poll, 10);
-    };
-    poll();
-  });
+async function until(check, ms, what) {
+  for (const started = Date.now(); Date.now() - started <= ms; await sleep(10)) {
+    const value = check();
+    if (value instanceof Error) throw value;
+    if (value) return value;
+  }
+  throw new Error(`timed out after ${ms} ms: ${what}`);
 }
 
 // Starts a program; child.output is what it printed so far, and child.waitFor(pattern, ms)
