@@ -7,7 +7,6 @@
 #include <QDirIterator>
 #include <QFile>
 
-using namespace Vantora;
 using namespace Vantora::DevServerTest;
 
 using ConsoleTest = ServerFixture;

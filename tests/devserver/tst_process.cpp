@@ -156,8 +156,7 @@ TEST(Process, acknowledgedAnswersSurviveKill9AtAnyMomentOfALoad)
         ++counted[answer["item"_L1].toString()];
     }
     std::printf("kill -9 in 5 loads: %lld answers sent, %lld acknowledged, %lld stored\n",
-                static_cast<long long>(sent.size()), static_cast<long long>(acknowledged.size()),
-                static_cast<long long>(stored.size()));
+                qint64(sent.size()), qint64(acknowledged.size()), qint64(stored.size()));
     EXPECT_TRUE(stored.contains(acknowledged)) << "acknowledged answers were lost";
     EXPECT_TRUE(sent.contains(stored)) << "answers never sent were stored";
     const QJsonObject totals = admin(server.port, u"totals?channel=1001"_s).object();

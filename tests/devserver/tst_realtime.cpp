@@ -27,7 +27,8 @@ TEST_F(RealtimeTest, handshakeWelcomesProtocols5To7AndRefusesTheRestWithTheirCod
     }
 }
 
-TEST_F(RealtimeTest, subscriptionsAndClientFrames)
+// Each frame a client sends is answered in turn, unless a client's test orders a difficult server.
+TEST_F(RealtimeTest, clientFramesAreAnsweredInTurnOrAsAClientsTestOrders)
 {
     auto client = connectClient();
     ASSERT_TRUE(client->subscribe(u"CH_1001"_s));
@@ -44,6 +45,23 @@ TEST_F(RealtimeTest, subscriptionsAndClientFrames)
         EXPECT_TRUE(has(client->frames[i + 2], rows[i][1])) << qPrintable(rows[i][0]);
     EXPECT_TRUE(has(client->frames.last(), uR"("event":"pusher:error")"_s));
     EXPECT_TRUE(has(client->frames.last()["data"_L1], uR"("code":4301)"_s));
+
+    // A client's test closes a connection with its code and reason.
+    const QString close =
+        uR"({"socket_id":"%1","code":4200,"reason":"again"})"_s.arg(client->socketId());
+    EXPECT_EQ(admin(u"realtime/close"_s, close.toUtf8()).status, 200);
+    ASSERT_TRUE(waitUntil([&] { return client->closed; }));
+    EXPECT_EQ(client->socket.closeReason() + QString::number(int(client->socket.closeCode())),
+              u"again4200"_s);
+    // Later connections get another activity timeout, and no answer to pusher:ping.
+    EXPECT_EQ(admin(u"realtime/quirks"_s, R"({"answerPings":false,"activityTimeout":7})").status,
+              200);
+    auto late = connectClient();
+    EXPECT_EQ(dataOf(late->frames[0])["activity_timeout"_L1], 7);
+    late->ping();
+    late->send(uR"({"event":"pusher:subscribe","data":{}})"_s); // answered after the ping
+    ASSERT_TRUE(late->waitFor(u"pusher:subscription_error"_s));
+    EXPECT_EQ(late->names().count(u"pusher:pong"_s), 0);
 }
 
 TEST_F(RealtimeTest, signedTriggersReachEachSubscriberOnceAndRejectedOnesNobody)
@@ -162,24 +180,4 @@ TEST_F(RealtimeTest, broadcasterEventsCarryExactlyWhatClientsRead)
     EXPECT_EQ(
         client->names().mid(2).join(u' '),
         u"injectPoll injectRating streamerInfo injectQuiz stop_poll pollWin initiateRefresh"_s);
-}
-
-TEST_F(RealtimeTest, hooksLetClientTestsMeetADifficultServer)
-{
-    auto client = connectClient();
-    const QString close =
-        uR"({"socket_id":"%1","code":4200,"reason":"again"})"_s.arg(client->socketId());
-    EXPECT_EQ(admin(u"realtime/close"_s, close.toUtf8()).status, 200);
-    ASSERT_TRUE(waitUntil([&] { return client->closed; }));
-    EXPECT_EQ(client->socket.closeReason() + QString::number(int(client->socket.closeCode())),
-              u"again4200"_s);
-    // Later connections get another activity timeout, and no answer to pusher:ping.
-    EXPECT_EQ(admin(u"realtime/quirks"_s, R"({"answerPings":false,"activityTimeout":7})").status,
-              200);
-    auto late = connectClient();
-    EXPECT_EQ(dataOf(late->frames[0])["activity_timeout"_L1], 7);
-    late->ping();
-    late->send(uR"({"event":"pusher:subscribe","data":{}})"_s); // answered after the ping
-    ASSERT_TRUE(late->waitFor(u"pusher:subscription_error"_s));
-    EXPECT_EQ(late->names().count(u"pusher:pong"_s), 0);
 }
