@@ -154,8 +154,7 @@ async function main() {
 
     // Off loopback, the console wants the token the server printed.
     const offLoopback = await startServer(devserver, [...database(), '--host', '0.0.0.0']);
-    const refused = await page.goto(`http://127.0.0.1:${offLoopback.port}/console/`);
-    assert.equal(refused.status(), 401);
+    assert.equal((await page.goto(`http://127.0.0.1:${offLoopback.port}/console/`)).status(), 401);
     await open(`http://127.0.0.1:${offLoopback.port}/console/?token=${offLoopback.token}`);
   } finally {
     await browser.close();

@@ -42,8 +42,7 @@ const test = (name, run) => cases.push({ name, run });
 test('a trigger signed by the SDK reaches the subscriber intact, except the socket it leaves out', async (ctx) => {
   const payload = { smartTV: true, timeToStay: '45',
     poll: { question: 'Café or tea? ✓ "quoted" \\ /', answers: [{ answer: 'Latte' }] } };
-  const response = await ctx.publisher.trigger('CH_1001', 'injectPoll', payload);
-  assert.equal(response.status, 200);
+  assert.equal((await ctx.publisher.trigger('CH_1001', 'injectPoll', payload)).status, 200);
   assert.deepEqual(await ctx.sub.next('injectPoll'), payload);
   await ctx.publisher.trigger('CH_1001', 'echo', { n: 1 }, { socket_id: ctx.sub.client.connection.socket_id });
   // Events arrive in trigger order, so once this one is in, the echo never will be.
