@@ -75,7 +75,7 @@ TEST_F(HostTest, aHostsCardsWorkInTheirOwnLayouts)
 {
     overlay.token.reset();
     auto *trivia = show<HostTriviaView>(olympics(), 30, viewer, std::nullopt);
-    trivia->showResult(verdict("Athens"), std::nullopt);
+    trivia->showResult(verdict(u"Athens"_s), std::nullopt);
     EXPECT_EQ(trivia->width(), 1400);
     EXPECT_EQ(text(trivia->resultLabel()) + ", " + std::exchange(hooks, {}),
               "Correct answer, load ");

@@ -9,28 +9,27 @@
 
 namespace {
 
-enum class Kind { trivia, poll, prediction, rating };
-
 class CardsTest : public CardTest
 {
 protected:
-    // A card of a kind with these prizes, `answered` before it was shown.
-    VTAInteractionView *show(Kind kind, QList<Promotion> prizes, bool answered = false,
+    // A card of a kind (trivia, poll, prediction, rating) with these prizes, `answered` before it
+    // was shown.
+    VTAInteractionView *show(const QString &kind, QList<Promotion> prizes, bool answered = false,
                              std::optional<DesignInfo> design = {})
     {
-        if (kind == Kind::trivia) {
-            Trivia trivia = olympics(answered ? std::optional(verdict("London")) : std::nullopt);
+        if (kind == u"trivia"_s) {
+            Trivia trivia = olympics(answered ? std::optional(verdict(u"London"_s)) : std::nullopt);
             trivia.question.prizes = prizes;
             return showTrivia(trivia, design);
         }
-        if (kind == Kind::rating) {
+        if (kind == u"rating"_s) {
             Rating rating = halfTime("3");
             rating.prizes = prizes;
             return showRating(rating, answered ? std::optional(u"2"_s) : std::nullopt, design);
         }
         Poll poll = matchPoll();
         poll.prizes = prizes;
-        poll.questionType = kind == Kind::prediction ? u"prediction"_s : u"poll"_s;
+        poll.questionType = kind;
         return showPoll(poll, answered ? std::optional(u"Away"_s) : std::nullopt, design);
     }
 };
@@ -55,30 +54,23 @@ QStringList otherColoured(const QQuickItem *item, const QColor &colour)
 // nothing closes it already. With no time it counts on below zero.
 TEST_F(CardTest, theCountdownTicksEverySecondAndClosesOnlyAnOpenCard)
 {
-    const std::pair<qint64, const char *> shown[] = {
-        {59, "59 | SEC"}, {60, "1m | 0 SEC"}, {75, "1m | 15 SEC"},  {125, "2m | 5 SEC"},
-        {0, "0 | SEC"},   {-5, "-5 | SEC"},   {-60, "-1m | 0 SEC"}, {-61, "-1m | -1 SEC"}};
     VTAInteractionView *card = make();
-    for (const auto &[time, reads] : shown) {
-        card->setTime(time);
+    for (const QStringList &row : cases(u"countdown text")) {
+        card->setTime(row[0].toLongLong());
         card->displayTime();
-        EXPECT_EQ(screen(card->infoView()->timerView()), reads);
+        EXPECT_EQ(screen(card->infoView()->timerView()), rest(row, 1));
     }
     card = make();
     card->startTimer();
     clock.advanceBy(61s);
     EXPECT_EQ(text(card->infoView()->timerLabel1()) + overlay.take(), "-1m");
-    const std::tuple<State, bool, const char *> rows[] = {{State::active, false, "0: close"},
-                                                          {State::loading, false, "0: "},
-                                                          {State::completed, false, "0: "},
-                                                          {State::active, true, "0: "}};
-    for (const auto &[state, closing, atZero] : rows) {
+    for (const QStringList &row : cases(u"countdown at zero")) {
         card = make();
         const auto now = [&] {
             return text(card->infoView()->timerLabel1()) + ": " + overlay.take();
         };
-        card->applyState(state);
-        card->setClosing(closing);
+        card->applyState(state(row[0]));
+        card->setClosing(row[1] == u"closing"_s);
         card->setTime(3);
         card->startTimer();
         clock.advanceBy(500ms);
@@ -86,7 +78,7 @@ TEST_F(CardTest, theCountdownTicksEverySecondAndClosesOnlyAnOpenCard)
         clock.advanceBy(2s);
         EXPECT_EQ(now(), "1: ");
         clock.advanceBy(1s);
-        EXPECT_EQ(now(), atZero) << int(state) << closing;
+        EXPECT_EQ(now(), "0: " + rest(row, 2)) << rest(row, 0);
         clock.advanceBy(10s);
         EXPECT_EQ(now(), "0: ");
     }
@@ -94,21 +86,12 @@ TEST_F(CardTest, theCountdownTicksEverySecondAndClosesOnlyAnOpenCard)
 
 TEST_F(CardsTest, closingAsksTheOverlayAndReportsAnUnansweredCard)
 {
-    const std::tuple<State, bool, bool, const char *> rows[] = {
-        // state, closing already, by the close button (else closeIfCompleted()), what it does
-        {State::loading, false, true, "close(button)"},
-        {State::completed, false, true, "close(button)"},
-        {State::active, true, true, ""},
-        {State::completed, false, false, "close"},
-        {State::completed, true, false, ""},
-        {State::active, false, false, ""},
-        {State::loading, false, false, ""}};
-    VTAInteractionView *card = show(Kind::trivia, {});
-    for (const auto &[state, closing, button, calls] : rows) {
-        card->applyState(state);
-        card->setClosing(closing);
-        button ? card->closeTap() : card->closeIfCompleted();
-        EXPECT_EQ(overlay.take(), calls) << int(state) << closing << button;
+    VTAInteractionView *card = show(u"trivia"_s, {});
+    for (const QStringList &row : cases(u"closing")) {
+        card->applyState(state(row[0]));
+        card->setClosing(row[1] == u"closing"_s);
+        row[2] == u"button"_s ? card->closeTap() : card->closeIfCompleted();
+        EXPECT_EQ(overlay.take(), rest(row, 3)) << rest(row, 0);
     }
     card->setDelegate(nullptr); // the overlay is gone
     card->closeTap();
@@ -116,15 +99,13 @@ TEST_F(CardsTest, closingAsksTheOverlayAndReportsAnUnansweredCard)
     EXPECT_EQ(overlay.take(), "");
     // With the remote on each kind of open card: the account button closes nothing, the close
     // button closes the card and reports it with its TV sponsor.
-    const std::tuple<Kind, std::optional<QString>, const char *> kinds[] = {
-        {Kind::trivia, u"Acme"_s, "close(Trivia t1 Acme, activity); close(button)"},
-        {Kind::poll, {}, "close(Polls p1 -, activity); close(button)"},
-        {Kind::prediction, u"Acme"_s, "close(Predictions p1 Acme, activity); close(button)"},
-        {Kind::rating, u"Acme"_s, "close(Rating r1 Acme, activity); close(button)"}};
-    for (const auto &[kind, sponsor, calls] : kinds) {
-        show(kind, {tvPromotion("flip", sponsor)})->infoView()->accountButton()->forceActiveFocus();
+    for (const QStringList &row : cases(u"close button")) {
+        show(row[0], {tvPromotion(u"flip"_s, unquoted(row[1]))})
+            ->infoView()
+            ->accountButton()
+            ->forceActiveFocus();
         press({Qt::Key_Select, Qt::Key_Right, Qt::Key_Select});
-        EXPECT_EQ(overlay.take(), calls);
+        EXPECT_EQ(overlay.take(), rest(row, 2));
     }
 }
 
@@ -160,10 +141,10 @@ TEST_F(CardsTest, theDesignColoursEveryKindOfCard)
                             .textColor = u"#FFD54FFF"_s,
                             .backgroundButton = u"#7B1FA2"_s};
     for (const auto &[kind, answered] :
-         {std::pair{Kind::trivia, false}, {Kind::poll, true}, {Kind::rating, false}}) {
+         {std::pair{u"trivia"_s, false}, {u"poll"_s, true}, {u"rating"_s, false}}) {
         VTAInteractionView *card = show(kind, {}, answered, design);
         clock.runPending();
-        EXPECT_EQ(otherColoured(card, textColour), QStringList()) << int(kind);
+        EXPECT_EQ(otherColoured(card, textColour), QStringList()) << kind.toStdString();
         for (const FocusTvButton *button : card->findChildren<FocusTvButton *>())
             EXPECT_EQ(button->focusedBackgroundColor, QColor(0x7B, 0x1F, 0xA2));
         EXPECT_EQ(card->backgroundView()->image().pixelColor(1, 1), QColor(Qt::darkBlue));
@@ -190,7 +171,7 @@ TEST_F(CardsTest, theDesignColoursEveryKindOfCard)
                            .backgroundLogo = u""_s,
                            .textColor = u"#FFF"_s,
                            .backgroundButton = u"red"_s};
-    VTAInteractionView *card = show(Kind::trivia, {}, false, wrong);
+    VTAInteractionView *card = show(u"trivia"_s, {}, false, wrong);
     EXPECT_EQ(color(card->titleLabel()), color(plain->titleLabel()));
     EXPECT_EQ(card->infoView()->closeButton()->focusedBackgroundColor,
               plain->infoView()->closeButton()->focusedBackgroundColor);
@@ -206,9 +187,8 @@ TEST_F(CardsTest, theDesignColoursEveryKindOfCard)
 // 60 % black. Other kinds show nothing.
 TEST_F(CardsTest, aPromotionComesAtItsTime)
 {
-    enum How { open, answeredBefore, answerNow };
-    const std::tuple<const char *, const char *, qreal, qreal, std::chrono::milliseconds> moves[] =
-        {{"display", "x", 1240, 0, 500ms}, {"flip", "scale", 0, 1, 400ms}};
+    const std::tuple<QString, const char *, qreal, qreal, std::chrono::milliseconds> moves[] = {
+        {u"display"_s, "x", 1240, 0, 500ms}, {u"flip"_s, "scale", 0, 1, 400ms}};
     QList<PromotionView *> promotions;
     for (const auto &[kind, property, from, to, duration] : moves) {
         VTAInteractionView *card = make();
@@ -219,45 +199,37 @@ TEST_F(CardsTest, aPromotionComesAtItsTime)
             return view->property(property).toReal();
         };
         card->showPromotion(tvPromotion(kind));
-        EXPECT_EQ(at(), from) << kind;
+        EXPECT_EQ(at(), from) << property;
         clock.advanceBy(duration / 2);
-        EXPECT_LT((at() - from) * (at() - to), 0) << kind << " moving";
+        EXPECT_LT((at() - from) * (at() - to), 0) << property << " moving";
         clock.advanceBy(duration / 2);
-        EXPECT_EQ(at(), to) << kind;
+        EXPECT_EQ(at(), to) << property;
         EXPECT_EQ(view->size(), view->parentItem()->size());
     }
     EXPECT_EQ(promotions[0]->imageView()->image().pixelColor(1, 1), QColor(Qt::green));
     EXPECT_EQ(promotions[1]->textView()->document().toRawText(), u"Brought to you by Acme"_s);
     EXPECT_EQ(color(promotions[1]->parentItem()->parentItem()), QColor::fromRgbF(0, 0, 0, 0.6f));
     VTAInteractionView *other = make();
-    for (const char *kind : {"", "banner", "Display"}) {
+    for (const QString &kind : {u""_s, u"banner"_s, u"Display"_s}) {
         other->preparePromotion(tvPromotion(kind));
         other->showPromotion(tvPromotion(kind));
     }
     other->preparePromotion(std::nullopt);
     EXPECT_EQ(other->promotionView(), nullptr);
     EXPECT_EQ(backend->requests().size(), 1) << "only the display promotion's picture";
-    const std::tuple<Kind, const char *, How, std::chrono::milliseconds> rows[] = {
-        {Kind::trivia, "display", open, 800ms},
-        {Kind::trivia, "flip", answeredBefore, 3s},
-        {Kind::poll, "display", open, 800ms},
-        {Kind::poll, "flip", answerNow, 3s},
-        {Kind::prediction, "flip", answeredBefore, 3s},
-        {Kind::rating, "display", answeredBefore, 800ms},
-        {Kind::rating, "flip", answerNow, 3s}};
     overlay.token.reset();
-    for (const auto &[kind, viewType, how, after] : rows) {
-        SCOPED_TRACE(testing::Message() << int(kind) << viewType << how);
+    for (const QStringList &row : cases(u"promotion times")) {
+        SCOPED_TRACE(rest(row, 0));
         views.clear();
-        VTAInteractionView *card = show(kind, {tvPromotion(viewType)}, how == answeredBefore);
-        QQuickItem *shown = QByteArrayView(viewType) == "flip" ? card->promotionFlipContainer()
-                                                               : card->promotionContainer();
-        if (how == answerNow) {
+        VTAInteractionView *card = show(row[0], {tvPromotion(row[1])}, row[2] == u"before"_s);
+        QQuickItem *shown =
+            row[1] == u"flip"_s ? card->promotionFlipContainer() : card->promotionContainer();
+        if (row[2] == u"now"_s) {
             clock.advanceBy(5s);
             EXPECT_FALSE(shown->isVisible()) << "before the answer";
             press({Qt::Key_Select});
         }
-        clock.advanceBy(after - 1ms);
+        clock.advanceBy(std::chrono::milliseconds(row[3].toInt()) - 1ms);
         EXPECT_FALSE(shown->isVisible());
         clock.advanceBy(1ms);
         EXPECT_TRUE(shown->isVisible());

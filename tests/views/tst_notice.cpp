@@ -20,19 +20,15 @@ VTANotice *configured(VTANotice *notice, bool won, double amount, double total)
 TEST_F(CardTest, aNoticeReadsTheVerdictThenTheTotalScore)
 {
     const std::string info = R"(For choosing "Home" on "Who wins the match?" | ✕)";
-    const std::tuple<bool, double, double, std::string, const char *> rows[] = {
-        {true, 7, 1340, "CONGRATULATIONS! | +7 pts | " + info, "Total Score: | 1,340.0 | ✕"},
-        {true, 1250, 12.25, "CONGRATULATIONS! | +1,250 pts | " + info, "Total Score: | 12.2 | ✕"},
-        {true, 12.5, 0, "CONGRATULATIONS! | +12.5 pts | " + info, "Total Score: | 0.0 | ✕"},
-        {true, -5, 3, "CONGRATULATIONS! | +-5 pts | " + info, "Total Score: | 3.0 | ✕"},
-        {false, 50, 80.5, "Wrong Prediction | " + info, "Total Score: | 80.5 | ✕"}};
-    for (const auto &[won, amount, total, verdict, score] : rows) {
-        VTANotice *notice = configured(make<VTANotice>(), won, amount, total);
+    for (const QStringList &row : cases(u"notices")) {
+        const bool won = row[0] == u"won"_s;
+        VTANotice *notice =
+            configured(make<VTANotice>(), won, row[1].toDouble(), row[2].toDouble());
         EXPECT_EQ(notice->iconRight()->isVisible(), won);
         EXPECT_EQ(notice->iconWrong()->isVisible(), !won);
         EXPECT_FALSE((won ? notice->iconRight() : notice->iconWrong())->image().isNull());
         clock.advanceBy(3490ms);
-        EXPECT_EQ(screen(notice), verdict);
+        EXPECT_EQ(screen(notice), rest(row, 4) + " | " + info);
         EXPECT_EQ(notice->textContainer()->opacity(), 1);
         clock.advanceBy(210ms);
         EXPECT_TRUE(notice->textContainer()->opacity() > 0
@@ -42,7 +38,8 @@ TEST_F(CardTest, aNoticeReadsTheVerdictThenTheTotalScore)
         clock.advanceBy(400ms);
         EXPECT_EQ(notice->pointsContainer()->opacity(), 1);
         clock.advanceBy(20s);
-        EXPECT_EQ(screen(notice) + overlay.take(), score);
+        EXPECT_EQ(screen(notice) + overlay.take(),
+                  "Total Score: | " + row[3].toStdString() + " | ✕");
     }
     VTANotice *notice = configured(make<VTANotice>(), true, 10, 100);
     notice->forceActiveFocus();

@@ -22,20 +22,16 @@ TEST_F(CardTest, aVoteCountsAtOnceAndIsSentOnce)
 {
     const std::string counted = "Who scores next? | Home | 3 - 60.0% | Away | 1 - 20.0% | Nobody | "
                                 "1 - 20.0%";
-    const std::tuple<const char *, bool, int, const char *> rows[] = {
-        {"poll", true, 200, "poll(Home, p1, poll); completed; poll(Home, p1, poll) ok"},
-        {"prediction", true, 500,
-         "poll(Home, p1, prediction); completed; poll(Home, p1, prediction) failed"},
-        {"poll", false, 200, "completed"}};
-    for (const auto &[type, signedIn, status, calls] : rows) {
+    for (const QStringList &row : cases(u"votes")) {
         views.clear();
-        overlay.token = signedIn ? std::optional(u"token"_s) : std::nullopt;
+        overlay.token = row[1] == u"signed in"_s ? std::optional(u"token"_s) : std::nullopt;
+        const int status = row[2].toInt();
         backend->answer(
             u"/userApi/poll/answer_new/p1"_s,
             {status,
              status == 200 ? TestSupport::loadFixture(u"answer_poll.json") : QByteArray("{}")});
         Poll poll = matchPoll();
-        poll.questionType = QString::fromLatin1(type);
+        poll.questionType = row[0];
         VTAPollView *card = showPoll(poll);
         clock.advanceBy(1s);
         EXPECT_EQ(screen(card->scrollView()) + bars(card),
@@ -46,7 +42,7 @@ TEST_F(CardTest, aVoteCountsAtOnceAndIsSentOnce)
         clock.advanceBy(1s);
         EXPECT_EQ(screen(card->scrollView()) + bars(card), counted + " 60 20 20");
         EXPECT_EQ(screen(card->infoView()->closeButton()), "[✕]");
-        EXPECT_EQ(overlay.take(), calls);
+        EXPECT_EQ(overlay.take(), rest(row, 3));
     }
     EXPECT_EQ(backend->requests().size(), 2);
     EXPECT_EQ(lastRequest(),
@@ -59,19 +55,16 @@ TEST_F(CardTest, aVoteCountsAtOnceAndIsSentOnce)
 // picture fitted and its figures as the poll asks.
 TEST_F(CardTest, aClosedPollShowsItsFiguresTakesNoVoteAndCompletesAfterASecond)
 {
-    const std::tuple<const char *, std::optional<QString>, const char *> rows[] = {
-        {"closed", {}, "completed"},
-        {"", {}, "completed"},
-        {"Active", {}, "completed"},
-        {"closed", u"Away"_s, ""}};
-    for (const auto &[status, previous, calls] : rows) {
-        VTAPollView *card = showPoll(matchPoll(status, "percentage"), previous);
+    for (const QStringList &row : cases(u"closed polls")) {
+        const QString previous = unquoted(row[1]);
+        VTAPollView *card = showPoll(matchPoll(qPrintable(unquoted(row[0])), "percentage"),
+                                     previous.isEmpty() ? std::nullopt : std::optional(previous));
         EXPECT_EQ(screen(card->infoView()->closeButton()), "[✕]");
         card->actionAnswer(card->answerViews()[0]->button());
         clock.advanceBy(999ms);
         EXPECT_EQ(overlay.take(), "");
         clock.advanceBy(1ms);
-        EXPECT_EQ(overlay.take(), calls) << status;
+        EXPECT_EQ(overlay.take(), rest(row, 2)) << rest(row, 0);
         clock.advanceBy(60s);
         EXPECT_EQ(overlay.take(), "") << "once, and no countdown";
         EXPECT_EQ(screen(card->scrollView()) + bars(card),
@@ -84,22 +77,14 @@ TEST_F(CardTest, aClosedPollShowsItsFiguresTakesNoVoteAndCompletesAfterASecond)
     views.clear();
     clock.advanceBy(2s);
     EXPECT_EQ(overlay.take(), "") << "a card taken away completes nothing";
-    const std::tuple<const char *, qint64, qint64, const char *> figures[] = {
-        {"percentage", 0, 0, "0.0%"},
-        {"percentage", 2, 3, "66.7%"},
-        {"numbers", 12, 30, "12"},
-        {"votes", 1, 3, "1 - 33.3%"},
-        {"", 12, 30, "12 - 40.0%"},
-        {"Percentage", 1, 8, "1 - 12.5%"},
-        {"votes", 1234, 1234, "1234 - 100.0%"}};
     backend->answer(u"/img/tall.png"_s, {200, png({100, 200})});
     Poll poll = matchPoll();
     poll.answers[0].image = u"img/tall.png"_s;
     VTAPollAnswerView *answer = showPoll(poll)->answerViews()[0];
     EXPECT_EQ(answer->button()->image().size(), QSize(20, 40)) << "its picture, fitted";
-    for (const auto &[type, votes, total, shown] : figures) {
-        answer->configure({.answer = u"Home"_s, .totals = votes}, total, true,
-                          QString::fromLatin1(type), std::nullopt);
-        EXPECT_EQ(text(answer->statsLabel()), shown) << type << " " << votes << "/" << total;
+    for (const QStringList &row : cases(u"poll figures")) {
+        answer->configure({.answer = u"Home"_s, .totals = row[1].toLongLong()}, row[2].toLongLong(),
+                          true, unquoted(row[0]), std::nullopt);
+        EXPECT_EQ(text(answer->statsLabel()), rest(row, 3)) << rest(row, 0);
     }
 }

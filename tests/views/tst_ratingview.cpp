@@ -16,17 +16,11 @@ Rating live(std::optional<qint64> people, double average)
 // takes the place of the numbers and the star.
 TEST_F(CardTest, aRatingHasOneNumberedStepPerValueOfItsScale)
 {
-    const std::tuple<const char *, const char *, const char *> rows[] = {
-        {"5", "✕ | How was the half-time show? | 1 | 2 | 3 | 4 | [5]", "5"},
-        {"10", "✕ | How was the half-time show? | 1 | 2 | 3 | 4 | 5 | [6]", "6"},
-        {"abc", "✕ | How was the half-time show? | [1]", "1"},
-        {"0", "[✕] | How was the half-time show?", "0"},
-        {"-3", "[✕] | How was the half-time show?", "-3"}};
-    for (const auto &[scale, shown, maximum] : rows) {
-        VTARatingView *card = showRating(halfTime(scale));
-        EXPECT_EQ(screen(card), "30 | SEC | Account | " + std::string(shown));
+    for (const QStringList &row : cases(u"rating scales")) {
+        VTARatingView *card = showRating(halfTime(qPrintable(row[0])));
+        EXPECT_EQ(screen(card), "30 | SEC | Account | " + rest(row, 2));
         card->showStats();
-        EXPECT_EQ(text(card->maxLabel()), maximum);
+        EXPECT_EQ(text(card->maxLabel()), row[1].toStdString()) << rest(row, 0);
     }
     backend->answer(u"/icons/star.png"_s, {200, png({8, 8}, Qt::yellow)});
     Rating rating = halfTime("3");

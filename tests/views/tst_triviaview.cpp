@@ -37,38 +37,32 @@ TEST_F(CardTest, theRemoteAnswersATriviaQuestionOnce)
 // to it beyond; an answer without one, or with an empty one, gives the text the picture's room.
 TEST_F(CardTest, aTriviaResultListsTheChoiceThenTheCorrectAnswerUnderTheVerdict)
 {
-    const std::string wrong = "Wrong answer\nBetter luck next time";
-    const std::tuple<const char *, std::optional<double>, bool, std::string> rows[] = {
-        {"Athens", 7.0, false, "Athens | AWESOME! You won 7 pts for the correct answer"},
-        {"Athens", 1234.25, false, "Athens | AWESOME! You won 1,234.2 pts for the correct answer"},
-        {"Athens", 0.0, false, "Athens | AWESOME! You won 0 pts for the correct answer"},
-        {"Athens", {}, false, "Athens | Correct answer"},
-        {"London", 5.0, false, "London | Athens | " + wrong},
-        {"Athens", {}, true, "Athens | Correct answer"},
-        {"Paris", {}, true, "Paris | Athens | " + wrong}};
-    for (const auto &[answer, points, before, shown] : rows) {
-        SCOPED_TRACE(testing::Message() << answer << points.value_or(-1) << before);
+    for (const QStringList &row : cases(u"trivia results")) {
+        SCOPED_TRACE(rest(row, 0));
+        const QString &answer = row[0];
+        const bool before = row[2] == u"before"_s;
         views.clear();
         VTATriviaView *card =
             showTrivia(olympics(before ? std::optional(verdict(answer)) : std::nullopt));
         if (!before)
-            card->showResult(verdict(answer), points);
+            card->showResult(verdict(answer),
+                             row[1] == u"-"_s ? std::nullopt : std::optional(row[1].toDouble()));
         EXPECT_EQ(screen(card->scrollView()),
-                  "Which city hosted the first modern Games? | " + shown);
+                  "Which city hosted the first modern Games? | " + rest(row, 3));
         EXPECT_EQ(screen(card->infoView()->closeButton()), "[✕]");
         std::string marks;
         for (QQuickItem *item : card->resultStack()->childItems()) {
-            const auto *row = static_cast<VTATriviaAnswerView *>(item);
-            const QColor colour = color(row->titleLabel());
-            EXPECT_EQ(row->checkMarkView()->tintColor(), colour);
-            marks += row->checkMarkView()->image() == answerMarkImage(AnswerMark::checkmark)
+            const auto *shown = static_cast<VTATriviaAnswerView *>(item);
+            const QColor colour = color(shown->titleLabel());
+            EXPECT_EQ(shown->checkMarkView()->tintColor(), colour);
+            marks += shown->checkMarkView()->image() == answerMarkImage(AnswerMark::checkmark)
                 ? "check"
                 : "cross";
             marks += colour == correctColor() ? " right "
                 : colour == wrongColor()      ? " wrong "
                                               : " ";
         }
-        EXPECT_EQ(marks, qstrcmp(answer, "Athens") ? "cross wrong check right " : "check right ");
+        EXPECT_EQ(marks, answer == u"Athens"_s ? "check right " : "cross wrong check right ");
         if (before) {
             EXPECT_EQ(screen(card->infoView()->timerView()), "");
             card->actionAnswer(card->answerViews()[0]->button());

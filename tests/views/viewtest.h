@@ -26,6 +26,7 @@ using namespace Vantora;
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 using State = Vantora::InteractionState;
+using Vantora::TestSupport::unquoted;
 template <class Reply>
 using Done = VTAServiceManager::Completion<Reply>;
 
@@ -86,6 +87,23 @@ public:
     }
 };
 
+// The cases of one family in tests/data/views_cases.txt.
+inline QList<QStringList> cases(QStringView section)
+{
+    return TestSupport::caseTable(u"views_cases.txt", section);
+}
+// A row's cells from `first` on as one text, " | " between them as on the screen, "\n" a line
+// break; "-" is nothing.
+inline std::string rest(const QStringList &row, qsizetype first)
+{
+    const QString cells = row.mid(first).join(u" | "_s).replace(u"\\n"_s, u"\n"_s);
+    return cells == u"-"_s ? std::string() : cells.toStdString();
+}
+inline State state(const QString &name)
+{
+    return State(QMetaEnum::fromType<State>().keyToValue(qPrintable(name)));
+}
+
 inline std::string text(const QQuickItem *item)
 {
     return item->property("text").toString().toStdString();
@@ -121,13 +139,14 @@ inline QByteArray png(QSize size, QColor color = Qt::magenta)
     return bytes;
 }
 
-inline Promotion tvPromotion(const char *viewType, std::optional<QString> sponsor = {})
+// A sponsor's promotion for television; an empty sponsor is none.
+inline Promotion tvPromotion(const QString &viewType, const QString &sponsor = {})
 {
     return {.content = u"<b>Brought to you by Acme</b>"_s,
-            .viewType = {QString::fromLatin1(viewType)},
+            .viewType = {viewType},
             .clientType = u"smartTV"_s,
             .smart_tv_img = u"promotions/acme.png"_s,
-            .sponsor = sponsor ? std::optional(Sponsor{.name = sponsor}) : std::nullopt};
+            .sponsor = sponsor.isEmpty() ? std::nullopt : std::optional(Sponsor{.name = sponsor})};
 }
 
 inline Trivia olympics(std::optional<TriviaAnswer> answer = {})
@@ -139,11 +158,11 @@ inline Trivia olympics(std::optional<TriviaAnswer> answer = {})
 }
 
 // The backend's verdict on an answer to olympics().
-inline TriviaAnswer verdict(const char *answer)
+inline TriviaAnswer verdict(const QString &answer)
 {
-    return {.answer = QString::fromLatin1(answer),
+    return {.answer = answer,
             .correctAnswer = {.answer = u"Athens"_s},
-            .isCorrect = qstrcmp(answer, "Athens") == 0};
+            .isCorrect = answer == u"Athens"_s};
 }
 
 inline Poll matchPoll(const char *status = "active", const char *viewType = "votes")
