@@ -258,22 +258,16 @@ TEST_F(CardTest, tagsCountMillisecondsSince2001AndNeverRepeat)
 // background its text starts with.
 TEST_F(CardTest, aTextPromotionIs32PixelsWithoutTrailingEmptyLinesOnItsBackground)
 {
-    const std::tuple<const char *, const char *, QColor> rows[] = {
-        {"Win a trip!", "Win a trip!", Qt::transparent},
-        {"<p>Win a trip!</p>", "Win a trip!", Qt::transparent},
-        {"Win<br>a trip!<br><br>", "Win\u2028a trip!", Qt::transparent},
-        {"<p>One</p><p>Two</p>", "One\u2029Two", Qt::transparent},
-        {"<p>Win</p><br>", "Win", Qt::transparent},
-        {"<span style=\"background-color: #FFC107\">Sale</span> ends", "Sale ends",
-         QColor(0xFF, 0xC1, 0x07)},
-        {"<div style=\"background-color: #3949AB\">Sale</div>", "Sale", QColor(0x39, 0x49, 0xAB)}};
-    for (const auto &[content, shown, background] : rows) {
+    for (const QStringList &row : cases(u"text promotions")) {
         PromotionView view;
         view.setSize({600, 400});
-        view.configureForText({.content = QString::fromUtf8(content)}, true);
+        view.configureForText({.content = row[0]}, true);
         const QTextDocument &document = view.textView()->document();
-        EXPECT_EQ(document.toRawText().toStdString(), shown);
+        EXPECT_EQ(document.toRawText(),
+                  QString(row[1])
+                      .replace(u"\\u2028"_s, QChar(QChar::LineSeparator))
+                      .replace(u"\\u2029"_s, QChar(QChar::ParagraphSeparator)));
         EXPECT_EQ(document.firstBlock().begin().fragment().charFormat().font().pixelSize(), 32);
-        EXPECT_EQ(view.textView()->backgroundColor(), background) << content;
+        EXPECT_EQ(view.textView()->backgroundColor(), QColor::fromString(row[2])) << rest(row, 0);
     }
 }
