@@ -76,14 +76,12 @@ TEST_F(CardTest, aHostsCardsWorkInTheirOwnLayouts)
     EXPECT_EQ(trivia->width(), 1400);
     EXPECT_EQ(text(trivia->resultLabel()) + ", " + std::exchange(hooks, {}),
               "Correct answer, load ");
-    const std::tuple<std::optional<QString>, const char *, const char *> rows[] = {
-        {u"Away"_s, "active", "0 1 0 "},
-        {u"Draw"_s, "active", "0 0 0 "},
-        {{}, "closed", "0 0 0 "},
-        {{}, "active", ""}};
-    for (const auto &[previous, status, told] : rows) {
-        show<HostPollView>(matchPoll(status), previous, 20, viewer, std::nullopt);
-        EXPECT_EQ(std::exchange(hooks, {}), told) << status;
+    for (const QStringList &row : cases(u"host polls")) {
+        const QString previous = unquoted(row[0]);
+        show<HostPollView>(matchPoll(qPrintable(row[1])),
+                           previous.isEmpty() ? std::nullopt : std::optional(previous), 20, viewer,
+                           std::nullopt);
+        EXPECT_EQ(std::exchange(hooks, {}), unquoted(row[2]).toStdString()) << rest(row, 0);
     }
     EXPECT_EQ(views.back()->width(), 1400);
     press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Select});
