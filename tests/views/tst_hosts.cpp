@@ -3,8 +3,6 @@
 
 #include "viewtest.h"
 
-#include <QQmlEngine>
-
 namespace {
 
 std::string hooks; // what the host's classes were told, in order

@@ -2,9 +2,7 @@
 
 #include "memorytransport.h"
 #include "testsupport.h"
-#include "vantora/service/vtaservicemanager_p.h"
 #include "vantora/toolkit/focustvbutton_p.h"
-#include "vantora/toolkit/imageview_p.h"
 #include "vantora/toolkit/virtualtimescheduler_p.h"
 #include "vantora/views/interactiondelegate_p.h"
 #include "vantora/views/notice/noticedelegate_p.h"
