@@ -149,10 +149,15 @@ TEST(RealTime, manyTasksRunByDeadlineAfterMostAreCancelled)
     std::vector<TimerId> laid;
     scheduler.post(&owner, [&ran] { ran.push_back(-1); });
     scheduler.post(doomed.get(), [&ran] { ran.push_back(-2); });
+    // Out of order, each delay twenty times. The delays are far apart because the clock may move
+    // while the tasks are laid on a loaded machine, and a task laid a millisecond later is due a
+    // millisecond later.
+    const auto delayOf = [](int i) {
+        return 20 * (1 + (i * 7) % 15);
+    };
     for (int i = 0; i < 300; ++i) {
-        const int delay = 40 - (i * 7) % 30; // out of order, each delay several times
         QObject *context = i % 10 == 3 ? doomed.get() : &owner;
-        laid.push_back(scheduler.after(std::chrono::milliseconds(delay), context,
+        laid.push_back(scheduler.after(std::chrono::milliseconds(delayOf(i)), context,
                                        [&ran, i] { ran.push_back(i); }));
     }
     for (int i = 0; i < 300; ++i) {
@@ -163,7 +168,7 @@ TEST(RealTime, manyTasksRunByDeadlineAfterMostAreCancelled)
     }
     doomed.reset();
     std::stable_sort(expected.begin(), expected.end(),
-                     [](int a, int b) { return (a * 7) % 30 > (b * 7) % 30; });
+                     [&](int a, int b) { return delayOf(a) < delayOf(b); });
     expected.insert(expected.begin(), -1);
     int ticks = 0;
     const TimerId tick = scheduler.every(5ms, &owner, [&] {
